@@ -1,0 +1,234 @@
+// The XML DOM: documents, elements, text nodes, comments, the "xml"
+// processing instruction, attributes, child lists, serialisation and parsing,
+// under the names of the DOMDocument family that hosts know.
+//
+// Handles: DOMDocument and DOMNode are reference-counted handles. A node
+// handle keeps its document alive. A default-constructed handle is the absent
+// object; every member called on it raises error 91, except the tests for
+// absence. DOM failures raise a tympora::Error with a number of the DomError
+// table below and the source "DOMDocument".
+//
+// Rules: a document takes one element only; baseName is the local name after
+// any prefix; text resolves character and entity references; loadXML with
+// preserveWhiteSpace false drops every whitespace-only text node; the "xml"
+// declaration, comments and CDATA survive a parse; no DTD or external entity
+// is ever read. Visiting childNodes().item(i) for i = 0, 1, 2 ... costs O(1)
+// per step.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tympora/node/variant.hpp"
+
+namespace tympora {
+
+// Error numbers of the DOM.
+enum DomError : int32_t {
+  kDomErrSecondRoot = 1001,    // a second element at the top of a document
+  kDomErrInvalidChar = 1002,   // a character that XML 1.0 does not allow
+  kDomErrParse = 1003,         // a text or file that does not parse, where that matters
+  kDomErrHierarchy = 1004,     // a node that cannot be inserted or used there
+  kDomErrInvalidName = 1005,   // a name that is not an XML name
+  kDomErrWrongDocument = 1006, // a node of another document
+};
+
+// The description of a DomError number; the empty text for other numbers.
+const char* DomErrorText(int32_t number) noexcept;
+
+inline constexpr const char* kDomSource = "DOMDocument";
+
+enum class DOMNodeType : int32_t {
+  Invalid = 0,
+  Element = 1,
+  Attribute = 2,
+  Text = 3,
+  CData = 4,
+  ProcessingInstruction = 7,
+  Comment = 8,
+  Document = 9,
+};
+
+namespace detail {
+struct DocImpl;
+}
+
+class DOMNodeList;
+class DOMNamedNodeMap;
+
+// A node of a document: element, attribute, text, CDATA, comment, processing
+// instruction or the document node itself.
+class DOMNode {
+ public:
+  DOMNode() = default;
+
+  // True for a handle that refers to a node.
+  explicit operator bool() const noexcept { return node_ != nullptr; }
+  bool IsAbsent() const noexcept { return node_ == nullptr; }
+
+  DOMNodeType nodeType() const;
+  // The qualified name: "ns:Curve" for an element, "#text", "#comment",
+  // "#cdata-section", "#document", the target of a processing instruction.
+  std::string nodeName() const;
+  // The local name after any prefix; the empty text for text and comment nodes.
+  std::string baseName() const;
+  // The text content: for an element or document the concatenated text of
+  // every text and CDATA descendant, references resolved; for any other node
+  // its value.
+  std::string text() const;
+  // Replaces the content of an element by one text node holding `value` (no
+  // text node when `value` is empty); sets the value of any other node.
+  void text(std::string_view value);
+  // The value as a Variant: a string for attributes, text, CDATA, comments
+  // and processing instructions; Null for elements and documents.
+  Variant nodeValue() const;
+
+  // The attribute list of an element; the absent list for any other node.
+  DOMNamedNodeMap attributes() const;
+  // Sets or replaces the text attribute `name` of an element. Raises 1004 on
+  // a node that is not an element and 1005 for a name that is not an XML name.
+  void setAttribute(std::string_view name, std::string_view value);
+
+  // The child nodes, in document order.
+  DOMNodeList childNodes() const;
+  DOMNode firstChild() const;
+  DOMNode parentNode() const;
+
+  // Appends `child` (a node of the same document that has no parent yet) as
+  // the last child and returns it. Raises 91 for an absent child, 1006 for a
+  // node of another document, 1004 where the node cannot go, and 1001 for a
+  // second element at the top of a document.
+  DOMNode appendChild(const DOMNode& child);
+
+  // Serialisation of this node and everything below it.
+  std::string xml() const;
+
+  friend bool operator==(const DOMNode& a, const DOMNode& b) noexcept {
+    return a.node_ == b.node_;
+  }
+
+ private:
+  friend struct detail::DocImpl;
+  friend class DOMDocument;
+  friend class DOMNodeList;
+  friend class DOMNamedNodeMap;
+  DOMNode(std::shared_ptr<detail::DocImpl> doc, void* node) : doc_(std::move(doc)), node_(node) {}
+  void Check() const;
+
+  std::shared_ptr<detail::DocImpl> doc_;
+  void* node_ = nullptr;
+};
+
+// Elements are nodes; the alias names the role in signatures.
+using DOMElement = DOMNode;
+
+// The child nodes of a node. length() counts them; item(i) from 0.
+class DOMNodeList {
+ public:
+  DOMNodeList() = default;
+  // Number of child nodes. Raises 91 on the absent list.
+  int32_t length() const;
+  // The child at `index` (0 to length - 1), or the absent node outside that range.
+  DOMNode item(int32_t index) const;
+
+ private:
+  friend class DOMNode;
+  explicit DOMNodeList(DOMNode parent) : parent_(std::move(parent)) {}
+  DOMNode parent_;
+};
+
+// The attributes of an element.
+class DOMNamedNodeMap {
+ public:
+  DOMNamedNodeMap() = default;
+  // True for the list of an element; false for the absent list of other nodes.
+  explicit operator bool() const noexcept { return static_cast<bool>(owner_); }
+  // Number of attributes. Raises 91 on the absent list.
+  int32_t length() const;
+  // The attribute whose name is exactly `name`, or the absent node.
+  // Raises 91 on the absent list.
+  DOMNode getNamedItem(std::string_view name) const;
+  // The attribute at `index` (0 to length - 1), or the absent node.
+  DOMNode item(int32_t index) const;
+
+ private:
+  friend class DOMNode;
+  explicit DOMNamedNodeMap(DOMNode owner) : owner_(std::move(owner)) {}
+  DOMNode owner_;
+};
+
+// Where and why the last load or loadXML failed.
+struct DOMParseError {
+  int32_t errorCode = 0;   // 0 after a successful parse
+  std::string reason;      // the parser's description
+  int32_t line = 0;        // 1-based line of the failure
+  int32_t linepos = 0;     // 1-based column (in bytes) of the failure
+  int64_t filepos = 0;     // 0-based byte offset of the failure
+};
+
+// A document. DOMDocument::New() makes one; a default-constructed handle is absent.
+class DOMDocument {
+ public:
+  DOMDocument() = default;
+  // A new, empty document with the default settings: async true,
+  // validateOnParse true, resolveExternals true, preserveWhiteSpace false.
+  static DOMDocument New();
+
+  explicit operator bool() const noexcept { return static_cast<bool>(doc_); }
+  bool IsAbsent() const noexcept { return !doc_; }
+
+  // Settings. Only preserveWhiteSpace changes what a parse keeps; no DTD or
+  // external entity is read whatever resolveExternals says.
+  bool async() const;
+  void async(bool value);
+  bool validateOnParse() const;
+  void validateOnParse(bool value);
+  bool resolveExternals() const;
+  void resolveExternals(bool value);
+  bool preserveWhiteSpace() const;
+  void preserveWhiteSpace(bool value);
+
+  // New nodes of this document, not attached anywhere. createElement raises
+  // 1005 for a name that is not an XML name; createProcessingInstruction
+  // with the target "xml" makes the XML declaration.
+  DOMElement createElement(std::string_view tagName);
+  DOMNode createTextNode(std::string_view data);
+  DOMNode createComment(std::string_view data);
+  DOMNode createProcessingInstruction(std::string_view target, std::string_view data);
+
+  // Replaces the content by the parse of `text` (UTF-8, or UTF-16 with a
+  // byte-order mark). Returns false and leaves the document empty when the
+  // text does not parse; parseError() then says where and why.
+  bool loadXML(std::string_view text);
+  // The same for the file at `path`. Reads UTF-8, UTF-16 with a byte-order
+  // mark, and files that declare windows-1252 or ISO-8859-1. A file that
+  // cannot be read is a parse error too.
+  bool load(const std::string& path);
+  // The result of the last load or loadXML.
+  const DOMParseError& parseError() const;
+
+  // The document element, or the absent node.
+  DOMElement documentElement() const;
+  // The document as a node (type Document).
+  DOMNode AsNode() const;
+  DOMNodeList childNodes() const;
+  // Appends a top-level node; see DOMNode::appendChild.
+  DOMNode appendChild(const DOMNode& child);
+  // The serialisation of the whole document, each top-level node followed by
+  // CR LF. Raises 1002 when a text holds a character that XML 1.0 forbids.
+  std::string xml() const;
+
+  friend bool operator==(const DOMDocument& a, const DOMDocument& b) noexcept {
+    return a.doc_ == b.doc_;
+  }
+
+ private:
+  friend struct detail::DocImpl;
+  explicit DOMDocument(std::shared_ptr<detail::DocImpl> doc) : doc_(std::move(doc)) {}
+  void Check() const;
+  std::shared_ptr<detail::DocImpl> doc_;
+};
+
+}  // namespace tympora

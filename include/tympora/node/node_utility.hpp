@@ -1,0 +1,122 @@
+// NodeUtility: the procedures shared by every record class. The export frames
+// that turn any CNode into XML at four depths, the handling of child lists,
+// and the building and reading of property elements.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tympora/node/collection.hpp"
+#include "tympora/node/dom.hpp"
+#include "tympora/node/frames.hpp"
+#include "tympora/node/node.hpp"
+#include "tympora/node/status.hpp"
+#include "tympora/node/variant.hpp"
+
+namespace tympora {
+
+// The text node that goes before every property element and around every
+// child record.
+inline constexpr std::string_view kCrLf = "\r\n";
+
+// Document := a new document with async, validateOnParse and
+// resolveExternals false and preserveWhiteSpace true, holding the
+// processing instruction xml "version='1.0'" and the comment
+// "document created " followed by the current local date and time.
+// DOM failures are raised.
+void NewXMLDocument(DOMDocument& Document);
+
+// The export frames. Each runs under frame A, calls the record only through
+// CNode and never throws; an absent status from the record counts as success.
+//
+// Writes `Node` as a document to `sFilePath`: 2002 for an empty path (nothing
+// touched); deletes any file of that name, creates the file new (no link
+// followed) under the lowest free file number and exports through
+// ExportXMLFileHandle; the file layer's error when it cannot be created.
+// After a failing export the file stays, empty, and is closed.
+StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node);
+// Writes `Node` as a document to the open file `iFileHandle` at its current
+// position, in one write, after one more parse without whitespace-only text
+// nodes: 2003 outside 1 to 511, the file layer's 52 for a number not open.
+StatusPtr ExportNodeToFileHandle(int16_t iFileHandle, CNode& Node);
+// Creates `Document` when absent (NewXMLDocument) and appends the record's
+// element to it; the DOM's 1001 when the document already has a root.
+StatusPtr ExportNodeToDocument(DOMDocument& Document, CNode& Node);
+// Appends CR LF, the record's element and CR LF under `ParentNode`: 2005
+// "Supplied Document Parameter" for an absent document, 2006 "Supplied Parent
+// Node Parameter" for an absent parent.
+StatusPtr ExportNodeToNode(DOMDocument& Document, DOMElement& ParentNode, CNode& Node);
+
+// Raises 2005 with the source "Supplied This Node Parameter" when `ThisNode`
+// is absent; does nothing otherwise.
+void CheckThisNode(const DOMNode& ThisNode);
+
+// Exports each record of `Collection` (may be null) under `ParentNode` in
+// list order through ExportXMLNode, under frame B: the first failing record
+// stops the walk and its status is raised; earlier records stay appended.
+void ExportCollectionNodes(DOMDocument& Document, DOMElement& ParentNode,
+                           const NodeCollection* Collection);
+
+// Resets every record of `Collection` (may be null) through CNode::Reset,
+// first to last, removing each, then makes `Collection` a new empty list.
+// Linear in the length. A failing Reset is raised with the list partly emptied.
+template <class T>
+void ResetCollection(CollectionPtr<T>& Collection) {
+  if (Collection) {
+    while (Collection->Count() > 0) {
+      Collection->NodeItem(1)->Reset();
+      Collection->Remove(1);
+    }
+  }
+  Collection = std::make_shared<tympora::Collection<T>>();
+}
+
+// Element := a new element `sName`: with null="true" and no content when
+// `bIsNull`; else holding a string untrimmed, or TrimText(ValueToText(value))
+// for any other value. Not attached. Failures are raised.
+void CreatePropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                           const Variant& vValue, DOMElement& Element);
+
+// Appends `ChildNode` to the document itself when `ParentNode` is absent, or
+// else CR LF and then `ChildNode` under `ParentNode`. ChildNode becomes absent.
+void AppendChildNode(DOMDocument& Document, DOMElement& ParentNode, DOMElement& ChildNode);
+
+// CreatePropertyElement then AppendChildNode, under frame B.
+void AppendPropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                           const Variant& vValue, DOMElement& ParentNode);
+
+// True exactly when `ThisNode` has an attribute "null" whose value is the
+// text "true" (letter case counts). Raises 91 for an absent node or one
+// without an attribute list (a text node).
+bool IsNullNode(const DOMNode& ThisNode);
+
+// Reads the "id" attribute into `lID` when it is present and numeric, as
+// ToInt32(TextToNumber(text)); leaves `lID` otherwise. Raises 6 beyond the
+// 32-bit range.
+void ReadNodeID(const DOMNode& ThisNode, int32_t& lID);
+
+// The identity: the DOM escapes and unescapes markup itself.
+std::string EncodeXMLText(std::string_view text);
+std::string DecodeXMLText(std::string_view text);
+
+// The import frame shared by every record: under frame A, checks `ThisNode`,
+// reads its "id" into `id`, then takes the number of children once and calls
+// `visit(status, child, baseName)` for each child in document order. The
+// visitor may replace `status` by a child's status; whatever it raises ends
+// the walk and is copied into the status that is returned.
+template <class Visit>
+StatusPtr RunImportFrame(DOMNode& ThisNode, int32_t& id, Visit&& visit) noexcept {
+  return RunFrameA([&](StatusPtr& status) {
+    CheckThisNode(ThisNode);
+    ReadNodeID(ThisNode, id);
+    const int32_t count = ThisNode.childNodes().length();
+    for (int32_t i = 0; i < count; ++i) {
+      DOMNode child = ThisNode.childNodes().item(i);
+      visit(status, child, child.baseName());
+    }
+  });
+}
+
+}  // namespace tympora
