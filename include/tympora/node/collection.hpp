@@ -34,6 +34,8 @@ class NodeCollection : public Object {
   virtual void Remove(int32_t position) = 0;
   // True when an element is stored under `key`.
   virtual bool Contains(const std::string& key) const = 0;
+  // The key of the element at `position` (1 to Count). Raises 5 when out of range.
+  virtual const std::string& Key(int32_t position) const = 0;
 };
 
 template <class T>
@@ -44,6 +46,8 @@ class Collection final : public NodeCollection {
   };
 
  public:
+  using value_type = T;
+
   // Forward iteration over the elements, in order, yielding shared_ptr<T>.
   class const_iterator {
    public:
@@ -86,7 +90,7 @@ class Collection final : public NodeCollection {
   }
 
   // The key under which the element at `position` is stored. Raises 5 when out of range.
-  const std::string& Key(int32_t position) const {
+  const std::string& Key(int32_t position) const override {
     CheckPosition(position);
     return *entries_[static_cast<size_t>(position - 1)].key;
   }

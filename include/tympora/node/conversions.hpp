@@ -49,6 +49,8 @@ double TextToNumber(std::string_view text);
 // range.
 bool IsNumericText(std::string_view text);
 bool IsNumericText(const Variant& value);
+inline bool IsNumericText(const std::string& text) { return IsNumericText(std::string_view(text)); }
+inline bool IsNumericText(const char* text) { return IsNumericText(std::string_view(text)); }
 
 // Rounds to the nearest integer, a half to the even neighbour. Raises 6 when
 // the result is outside the 32-bit range. From a Variant: numeric texts are
@@ -63,12 +65,16 @@ int16_t ToInt16(const Variant& value);
 // false 0; Empty 0. Raises 94 for Null and 13 for any other text.
 double ToDouble(const Variant& value);
 double ToDouble(std::string_view text);
+inline double ToDouble(const std::string& text) { return ToDouble(std::string_view(text)); }
+inline double ToDouble(const char* text) { return ToDouble(std::string_view(text)); }
 
 // A Date unchanged; a text by the locale's date rules (the inverse of
 // ValueToText) or in ISO form; a number as a day count. Raises 94 for Null,
 // 13 for a text that is no date, 6 for a number outside the years 100 to 9999.
 Date ToDate(const Variant& value);
 Date ToDate(std::string_view text);
+inline Date ToDate(const std::string& text) { return ToDate(std::string_view(text)); }
+inline Date ToDate(const char* text) { return ToDate(std::string_view(text)); }
 
 // Numbers are true when not 0; the texts True and False in any letter case;
 // numeric texts by the number rule. Raises 94 for Null and 13 otherwise.
@@ -80,6 +86,8 @@ bool IsNullValue(const Variant& value) noexcept;
 // True for a Date and for a text that ToDate reads.
 bool IsDateValue(const Variant& value);
 bool IsDateValue(std::string_view text);
+inline bool IsDateValue(const std::string& text) { return IsDateValue(std::string_view(text)); }
+inline bool IsDateValue(const char* text) { return IsDateValue(std::string_view(text)); }
 
 // The kind number of a Variant (0 Empty, 1 Null, 2, 3, 5, 7, 8, 9, 11).
 int32_t ValueKind(const Variant& value) noexcept;

@@ -71,7 +71,7 @@ using NodePtr = std::shared_ptr<CNode>;
 // The standalone CNode class: every member does nothing. NodeName is empty,
 // ID reads 0, PropertyByName reads Empty, CreateXMLElement leaves ThisNode
 // unchanged, and the eight status members return an absent (null) status.
-class StandaloneNode final : public CNode {
+class StandaloneNode : public CNode {
  public:
   std::string NodeName() const override { return {}; }
   void ID(int32_t) override {}

@@ -4,13 +4,19 @@
 
 namespace tympora {
 
+// Every object counts itself while it lives, so that the library can tell
+// whether it may be unloaded (the counter is defined with the component's
+// entry points).
 class Object {
  public:
-  virtual ~Object() = default;
+  virtual ~Object();
+
+  // The number of objects alive in the process; safe to call from any thread.
+  static long LiveCount() noexcept;
 
  protected:
-  Object() = default;
-  Object(const Object&) = default;
+  Object() noexcept;
+  Object(const Object&) noexcept;
   Object& operator=(const Object&) = default;
 };
 

@@ -1,0 +1,149 @@
+// RecordBase: the behaviour that every record class shares, driven by the
+// record's property table.
+//
+// The record classes differ in data, not in behaviour. Each declares its
+// properties once, in a table (RecordInfo) in its own source: element name,
+// type, the field that holds value and null flag, and the setter's rule. From
+// that one table come the export order, the PropertyByName lookup, the
+// import walk, Reset, late-bound dispatch and tree comparison.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+#include "tympora/node/collection.hpp"
+#include "tympora/node/node.hpp"
+#include "tympora/node/nullable.hpp"
+
+namespace tympora {
+
+class RecordBase;
+
+// The value types a record property can have.
+enum class PropKind { Int32, Double, String, Date, Bool };
+
+// Access to one property's field of a record. The function returns the field
+// of the record it is given, which must be of the table's class.
+using FieldAccess =
+    std::variant<Nullable<int32_t>& (*)(RecordBase&), Nullable<double>& (*)(RecordBase&),
+                 Nullable<std::string>& (*)(RecordBase&), Nullable<Date>& (*)(RecordBase&),
+                 Nullable<bool>& (*)(RecordBase&)>;
+
+// One property of a record class.
+struct PropertyDef {
+  std::string_view element;   // the element name, also the PropertyByName name
+  std::string_view property;  // the C++ member name (InputVal, CellPhone ...)
+  FieldAccess field;
+  // For 32-bit properties: values the setter accepts (nullptr: all).
+  bool (*accepts)(int32_t) = nullptr;
+
+  PropKind Kind() const noexcept { return static_cast<PropKind>(field.index()); }
+};
+
+// One child list of a container record.
+struct ChildListDef {
+  std::string_view element;   // the children's element name (their NodeName)
+  std::string_view property;  // the list's member name (CurveData ...)
+  std::string_view add_member;    // AddCurveDatum ...
+  std::string_view reset_member;  // ResetCurveData ...
+  const NodeCollection* (*list)(const RecordBase&);
+  // Resets and drops every child, then makes the list new and empty.
+  void (*reset)(RecordBase&);
+  // A new child in its reset state.
+  std::shared_ptr<CNode> (*create)();
+  // Adds a child under its ID's key: 91 absent, 13 wrong class, 457 duplicate.
+  void (*add)(RecordBase&, const std::shared_ptr<CNode>&);
+  // The live list itself, shared with the caller (what dispatch hands out).
+  std::shared_ptr<NodeCollection> (*shared_list)(const RecordBase&);
+};
+
+// The table of one record class, with the lookups built from it.
+class RecordInfo {
+ public:
+  struct Alias {
+    std::string_view name;     // an extra name PropertyByName accepts
+    std::string_view element;  // the element name of the property it stands for
+  };
+
+  RecordInfo(std::string_view node_name, std::string_view class_name, const char* txt_source,
+             std::vector<PropertyDef> properties, std::vector<ChildListDef> children = {},
+             std::vector<Alias> aliases = {}, bool id_by_name = false);
+
+  std::string_view node_name;   // "CurveDatum"
+  std::string_view class_name;  // "CCurveDatum"
+  const char* txt_source;       // the source of ExportTXT's 2001 status
+  std::vector<PropertyDef> properties;  // in export order
+  std::vector<ChildListDef> children;   // in export order
+  std::vector<Alias> aliases;
+  bool id_by_name;  // "ID" reads the ID through PropertyByName (and is ignored on set)
+
+  // What an element name means on import: a property (index >= 0), a child
+  // list (-1 - list index), or nothing (kNone).
+  static constexpr int kNone = INT32_MIN;
+  int FindElement(std::string_view name) const;
+  // The property that PropertyByName `name` stands for, kId for "ID" where
+  // id_by_name, or kNone.
+  static constexpr int kId = -1;
+  int FindName(std::string_view name) const;
+
+ private:
+  std::unordered_map<std::string_view, int> by_element_;
+  std::unordered_map<std::string_view, int> by_name_;
+};
+
+// Adds `child` to `list` under its ID as decimal text, the key
+// TrimText(ValueToText(child->ID())), creating the list when absent. Raises
+// 91 for an absent child and 457 for a key already present (list unchanged).
+template <class T>
+void AddChildRecord(CollectionPtr<T>& list, const std::shared_ptr<T>& child) {
+  if (!child) RaisePlatformError(kErrObjectNotSet);
+  if (!list) list = std::make_shared<Collection<T>>();
+  list->Add(child, std::to_string(child->ID()));
+}
+
+// The CNode members of a record, all generic.
+class RecordBase : public CNode {
+ public:
+  // The table of the record's class.
+  virtual const RecordInfo& Info() const = 0;
+
+  std::string NodeName() const override;
+  void ID(int32_t lValue) override { id_ = lValue; }
+  int32_t ID() const override { return id_; }
+  Variant PropertyByName(const std::string& sPropertyName) const override;
+  void PropertyByName(const std::string& sPropertyName, const Variant& vValue) override;
+  void CreateXMLElement(DOMDocument& Document, DOMElement& ThisNode) override;
+  StatusPtr ExportXMLPath(const std::string& sFilePath) override;
+  StatusPtr ExportXMLFileHandle(int16_t iFileHandle) override;
+  StatusPtr ExportXMLDocument(DOMDocument& Document) override;
+  StatusPtr ExportXMLNode(DOMDocument& Document, DOMElement& ParentNode) override;
+  StatusPtr ImportXMLNode(DOMNode& ThisNode) override;
+  StatusPtr ExportTXT(int16_t iFileHandle) override;
+  StatusPtr ExportPDF(Variant& oParam1) override;
+  StatusPtr ExportPostScript(int16_t iFileHandle) override;
+  void Reset() override;
+
+  // The value of property `p` of this record's table, as PropertyByName
+  // reads it, and whether it is Null.
+  Variant GetProperty(const PropertyDef& p) const;
+  bool IsPropertyNull(const PropertyDef& p) const;
+  // Converts `value` to the property's type and assigns it through the
+  // setter's rule. Conversion failures are raised; nothing is stored then.
+  void SetProperty(const PropertyDef& p, const Variant& value);
+  // Makes property `p` Null.
+  void SetPropertyNull(const PropertyDef& p);
+
+ protected:
+  RecordBase() = default;
+
+ private:
+  void ImportProperty(const PropertyDef& p, const DOMNode& element);
+  int32_t id_ = 0;
+};
+
+}  // namespace tympora

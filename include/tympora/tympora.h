@@ -1,0 +1,192 @@
+/* Tympora's C interface: what a host in any language with a C foreign-
+ * function interface needs to create the component's objects by name, call
+ * their members by name with tagged values, and release them; plus the
+ * library's four entry points. Compiles as C11 and as C++.
+ *
+ * Objects. A tympora_object is one reference to an object of the library
+ * through one of its interfaces (a record's own "_CClient" or "_CNode", a
+ * status's "_CStatus", a child list's "Collection", a document's
+ * "DOMDocument" ...). Every handle that the library hands out belongs to the
+ * caller, who releases it with tympora_object_release; the object itself
+ * lives while any handle, variant or parent record still refers to it.
+ *
+ * Values. A tympora_variant is a tagged value. All zero bytes make the Empty
+ * value. A variant owns what it holds: a string (UTF-8, NUL-terminated,
+ * allocated by the library) and an object handle are freed by
+ * tympora_variant_clear; the other kinds hold plain numbers. Set strings and
+ * objects only through tympora_variant_set_string / _set_object.
+ *
+ * Errors. The functions of the object interface return 0 on success and
+ * otherwise the number of the error (never 0); the error's number,
+ * description and source stay available to the calling thread through
+ * tympora_error_* until its next call into this interface. Numbers: 91 an
+ * absent (NULL) object, 5 an invalid argument, 13 a type mismatch, 429 a
+ * class that cannot be created, 430 a missing interface, 438 an unknown
+ * member, 450 a wrong number of arguments, and every error of the records.
+ *
+ * Entry points. The four Dll* functions return the codes TYMPORA_S_OK (0),
+ * TYMPORA_S_FALSE (1) or a negative TYMPORA_E_* code.
+ *
+ * Thread safety: separate objects may be used from separate threads; one
+ * object is used by one thread at a time. */
+#ifndef TYMPORA_TYMPORA_H
+#define TYMPORA_TYMPORA_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct tympora_object tympora_object;
+typedef struct tympora_factory tympora_factory;
+
+/* Codes of the entry points. */
+#define TYMPORA_S_OK 0
+#define TYMPORA_S_FALSE 1
+#define TYMPORA_E_INVALIDARG (-1)        /* a NULL or malformed argument */
+#define TYMPORA_E_CLASSNOTAVAILABLE (-2) /* no creatable class of that name or id */
+#define TYMPORA_E_NOINTERFACE (-3)       /* the factory interface id is unknown */
+#define TYMPORA_E_OUTOFMEMORY (-4)
+#define TYMPORA_E_FAIL (-5) /* the registry folder cannot be written or read */
+
+/* The kinds of a variant; the numbers are those of ValueKind. */
+typedef enum tympora_kind {
+  TYMPORA_EMPTY = 0,
+  TYMPORA_NULL = 1,
+  TYMPORA_INT16 = 2,
+  TYMPORA_INT32 = 3,
+  TYMPORA_DOUBLE = 5,
+  TYMPORA_DATE = 7, /* days from 30 December 1899; the fraction is the time of day */
+  TYMPORA_STRING = 8,
+  TYMPORA_OBJECT = 9, /* value.object may be NULL: the absent object */
+  TYMPORA_BOOL = 11   /* value.boolean: 0 false, anything else true */
+} tympora_kind;
+
+typedef struct tympora_variant {
+  int32_t kind; /* a tympora_kind */
+  union {
+    int16_t int16;
+    int32_t int32;
+    double dbl;
+    double date;
+    char* string;
+    tympora_object* object;
+    int32_t boolean;
+  } value;
+} tympora_variant;
+
+/* How a member is called. */
+typedef enum tympora_invoke_kind {
+  TYMPORA_METHOD = 1,
+  TYMPORA_PROPERTYGET = 2,
+  TYMPORA_PROPERTYPUT = 4
+} tympora_invoke_kind;
+
+/* ---- values ---- */
+
+/* Makes `v` Empty without freeing anything it held (for fresh memory). */
+void tympora_variant_init(tympora_variant* v);
+/* Frees what `v` owns (its string or object handle) and makes it Empty.
+ * NULL is ignored. */
+void tympora_variant_clear(tympora_variant* v);
+/* Clears `v`, then stores a copy of the UTF-8 text `utf8` (NULL stores the
+ * empty text). Returns 0, 5 for a NULL `v`, or 7 when memory runs out. */
+int32_t tympora_variant_set_string(tympora_variant* v, const char* utf8);
+/* Clears `v`, then stores a new handle to the same object and interface as
+ * `object` (NULL stores the absent object); the caller keeps `object`.
+ * Returns 0, 5 for a NULL `v`, or 7. */
+int32_t tympora_variant_set_object(tympora_variant* v, const tympora_object* object);
+
+/* ---- objects ---- */
+
+/* A new object of the creatable class `name_or_id` ("Tympora.CClients" or
+ * its class id) through its default interface, in *out (NULL on failure).
+ * Fails with 429 for an unknown class and for "Tympora.CNode". */
+int32_t tympora_create_object(const char* name_or_id, tympora_object** out);
+/* A new, empty XML document through its interface "DOMDocument" (members
+ * load, loadXML, xml, documentElement, preserveWhiteSpace, createElement,
+ * appendChild), in *out. */
+int32_t tympora_create_document(tympora_object** out);
+/* A new handle, in *out, to the same object through the interface
+ * `interface_name_or_id` (a name such as "_CNode", an interface id, an
+ * earlier interface id; NULL or "" for the default interface). Fails with
+ * 91 for a NULL object and 430 when the object lacks the interface. */
+int32_t tympora_query_interface(const tympora_object* object, const char* interface_name_or_id,
+                                tympora_object** out);
+/* The name of the handle's interface ("_CClient"); a static text, or ""
+ * for NULL. */
+const char* tympora_interface_name(const tympora_object* object);
+/* Releases the handle; NULL is ignored. */
+void tympora_object_release(tympora_object* object);
+
+/* Calls `member` of kind `kind` with `args[0..count-1]` (NULL when count is
+ * 0). The arguments are read, converted to the parameters' types and left as
+ * they were, except by-reference ones (such as ExportXMLDocument's Document),
+ * which are cleared and receive what the member left in them. `result` may
+ * be NULL; otherwise it must hold a valid value (all zero is Empty) and not
+ * be one of `args`: it is cleared first and receives the result, owned by
+ * the caller (a string copy, or a new handle through the object's default
+ * interface); it stays Empty on failure. Returns 0 or the error number (438,
+ * 450, 13, 91 ...). */
+int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t kind,
+                       tympora_variant* args, int32_t count, tympora_variant* result);
+
+/* ---- errors of the calling thread ---- */
+
+/* The number of the error of this thread's last call into the object
+ * interface; 0 when that call succeeded. */
+int32_t tympora_error_number(void);
+/* Its description (UTF-8; "" after a success), owned by the library and
+ * valid until the thread's next call. */
+const char* tympora_error_description(void);
+/* Its source ("Tympora", "DOMDocument" ...; "" after a success), owned by the
+ * library and valid until the thread's next call. */
+const char* tympora_error_source(void);
+
+/* ---- interface description ---- */
+
+/* The interface description (every class, interface, member, parameter and
+ * type) as a new UTF-8 text that the caller frees with tympora_free; NULL
+ * when memory runs out. */
+char* tympora_describe(void);
+/* Frees a text returned by this library; NULL is ignored. */
+void tympora_free(void* p);
+
+/* ---- class factory ---- */
+
+/* A new object of the factory's class through its default interface, in
+ * *out. Fails with 91 for a NULL factory. */
+int32_t tympora_factory_create(const tympora_factory* factory, tympora_object** out);
+/* Releases a factory returned by DllGetClassObject; NULL is ignored. */
+void tympora_factory_release(tympora_factory* factory);
+
+/* ---- entry points ---- */
+
+/* Writes the component's registration (name, this library's path, the ten
+ * creatable classes with their ids, the interfaces and versions) and its
+ * interface description into the registry folder: $TYMPORA_REGISTRY when
+ * set, else $XDG_DATA_HOME/tympora/registry, else
+ * $HOME/.local/share/tympora/registry (created when missing). S_OK, or
+ * E_FAIL when the folder cannot be written. */
+int DllRegisterServer(void);
+/* Removes the files that DllRegisterServer wrote (the folder stays). S_OK
+ * when they were removed, S_FALSE when there was nothing to remove, E_FAIL
+ * when removal failed. */
+int DllUnregisterServer(void);
+/* The factory, in *ppv, for the creatable class `rclsid` (a class id, or a
+ * name such as "Tympora.CClients"); the caller releases it with
+ * tympora_factory_release. `riid` names the interface wanted of the
+ * factory: NULL, "", "IUnknown" or "IClassFactory". *ppv is NULL on any
+ * failure: E_INVALIDARG for a NULL ppv or rclsid, E_CLASSNOTAVAILABLE for
+ * an unknown or non-creatable class, E_NOINTERFACE for another riid. */
+int DllGetClassObject(const char* rclsid, const char* riid, void** ppv);
+/* S_OK when no object and no factory of the library is alive (handles,
+ * variants and C++ references included), S_FALSE otherwise. */
+int DllCanUnloadNow(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TYMPORA_TYMPORA_H */

@@ -1,0 +1,115 @@
+// The document state and the child-cursor cache of the DOM adapter.
+#include "node/dom_internal.hpp"
+
+#include "tympora/node/error.hpp"
+
+namespace tympora::detail {
+
+std::unique_ptr<pugi::xml_document> NewTree() {
+  auto tree = std::make_unique<pugi::xml_document>();
+  if (!tree->append_child(pugi::node_element)) RaisePlatformError(kErrOutOfMemory);
+  return tree;
+}
+
+DocImpl::DocImpl() : tree(NewTree()) {}
+
+void DocImpl::InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared) {
+  if (shared) {
+    retired.push_back(std::move(tree));
+  } else {
+    retired.clear();
+  }
+  tree = std::move(next);
+  cursors.Invalidate();
+}
+
+void DocImpl::RemoveChildren(pugi::xml_node parent, bool shared) {
+  if (!shared) {
+    parent.remove_children();
+  } else {
+    pugi::xml_node holder = parent.root().first_child();
+    while (pugi::xml_node child = parent.first_child()) holder.append_move(child);
+  }
+  cursors.Invalidate();
+}
+
+namespace {
+
+// True when `a` is a better entry to reuse than `b`: free entries first,
+// then the least recently used.
+template <class Entry>
+bool BetterVictim(const Entry& a, const Entry& b) noexcept {
+  if (b.parent == nullptr) return false;
+  return a.parent == nullptr || a.used < b.used;
+}
+
+}  // namespace
+
+ChildCursors::Entry& ChildCursors::Acquire(pugi::xml_node_struct* parent) {
+  if (entries_[last_].parent != parent) {
+    size_t pick = 0;
+    size_t i = 0;
+    for (; i < kEntries && entries_[i].parent != parent; ++i) {
+      if (BetterVictim(entries_[i], entries_[pick])) pick = i;
+    }
+    if (i < kEntries) {
+      pick = i;
+    } else {
+      entries_[pick] = Entry{parent, nullptr, -1, -1, 0};
+    }
+    last_ = pick;
+  }
+  Entry& e = entries_[last_];
+  e.used = ++clock_;
+  return e;
+}
+
+pugi::xml_node_struct* ChildCursors::Item(pugi::xml_node parent, int32_t index) {
+  if (index < 0) return nullptr;
+  Entry& e = Acquire(parent.internal_object());
+  if (e.count >= 0 && index >= e.count) return nullptr;
+
+  // Start from the nearest known position: the cursor, the first or the
+  // last child.
+  pugi::xml_node cur = FirstVisibleChild(parent);
+  int32_t at = 0;
+  if (!cur) {
+    e.count = 0;
+    return nullptr;
+  }
+  int64_t best = index;
+  if (e.node != nullptr) {
+    const int64_t d = index >= e.index ? int64_t{index} - e.index : int64_t{e.index} - index;
+    if (d < best) best = d, cur = pugi::xml_node(e.node), at = e.index;
+  }
+  if (e.count > 0 && e.count - 1 - index < best) cur = parent.last_child(), at = e.count - 1;
+
+  while (at < index) {
+    const pugi::xml_node next = cur.next_sibling();
+    if (!next) {
+      e.count = at + 1;
+      return nullptr;
+    }
+    cur = next;
+    ++at;
+  }
+  while (at > index) {
+    cur = cur.previous_sibling();
+    --at;
+  }
+  e.node = cur.internal_object();
+  e.index = index;
+  return e.node;
+}
+
+int32_t ChildCursors::Count(pugi::xml_node parent) {
+  Entry& e = Acquire(parent.internal_object());
+  if (e.count < 0) {
+    int32_t n = 0;
+    for (pugi::xml_node c = FirstVisibleChild(parent); c; c = c.next_sibling()) ++n;
+    e.count = n;
+  }
+  return e.count;
+}
+
+}  // namespace tympora::detail

@@ -1,0 +1,181 @@
+// Private parts of the DOM adapter: the document state that every handle
+// shares, the child-cursor cache behind DOMNodeList::item, and the helpers
+// that the adapter's sources share. Only the adapter's sources include this
+// header; it is the one place in the project that sees pugixml.
+//
+// Tree layout: a pugixml document cannot hold a node without a parent, so
+// every document node of ours has one hidden first child, the holder (an
+// element with an empty name, a name no parse or createElement can give).
+// Nodes created by the create* members, and nodes taken out of the tree while
+// handles may still refer to them, live under the holder. The holder is never
+// counted, returned, searched or written.
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tympora/node/dom.hpp"
+
+namespace tympora::detail {
+
+// ---- Handles -------------------------------------------------------------
+// A DOMNode stores a pugi::xml_node_struct* for tree nodes and a
+// pugi::xml_attribute_struct* with the lowest bit set for attributes. pugixml
+// allocates both at pointer alignment, so that bit is free.
+
+inline bool IsAttrHandle(const void* p) noexcept {
+  return (reinterpret_cast<uintptr_t>(p) & 1u) != 0;
+}
+inline void* AttrHandle(pugi::xml_attribute a) noexcept {
+  return reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(a.internal_object()) | 1u);
+}
+inline pugi::xml_attribute AttrOf(const void* p) noexcept {
+  return pugi::xml_attribute(reinterpret_cast<pugi::xml_attribute_struct*>(
+      reinterpret_cast<uintptr_t>(p) & ~static_cast<uintptr_t>(1u)));
+}
+inline pugi::xml_node NodeOf(const void* p) noexcept {
+  return pugi::xml_node(static_cast<pugi::xml_node_struct*>(const_cast<void*>(p)));
+}
+
+// ---- Tree helpers --------------------------------------------------------
+
+inline bool IsHolder(pugi::xml_node n) noexcept {
+  return n.type() == pugi::node_element && *n.name() == 0 &&
+         n.parent().type() == pugi::node_document;
+}
+
+// The first child that the API shows: a document's holder is skipped.
+inline pugi::xml_node FirstVisibleChild(pugi::xml_node parent) noexcept {
+  pugi::xml_node first = parent.first_child();
+  return (first && IsHolder(first)) ? first.next_sibling() : first;
+}
+
+// The next node after `cur` in document order inside the subtree of `root`
+// (`root` itself excluded), or the null node at the end of the subtree.
+inline pugi::xml_node NextInSubtree(pugi::xml_node cur, pugi::xml_node root) noexcept {
+  if (pugi::xml_node child = cur.first_child()) return child;
+  while (cur != root) {
+    if (pugi::xml_node next = cur.next_sibling()) return next;
+    cur = cur.parent();
+  }
+  return pugi::xml_node();
+}
+
+// A new, empty pugixml document holding only its holder.
+std::unique_ptr<pugi::xml_document> NewTree();
+
+// ---- Child cursors -------------------------------------------------------
+// Remembers, for the few parents walked most recently, the last child
+// visited by index and the child count, so that item(i) after item(i - 1)
+// costs one sibling step even while walks of several parents interleave
+// (an import walks a parent, then each child, seven levels deep). Any
+// structural change of any tree of the document clears every cursor.
+class ChildCursors {
+ public:
+  // The visible child at `index`, or nullptr outside 0 .. count - 1.
+  pugi::xml_node_struct* Item(pugi::xml_node parent, int32_t index);
+  // The number of visible children.
+  int32_t Count(pugi::xml_node parent);
+  void Invalidate() noexcept {
+    for (Entry& e : entries_) e.parent = nullptr;
+  }
+
+ private:
+  struct Entry {
+    pugi::xml_node_struct* parent = nullptr;
+    pugi::xml_node_struct* node = nullptr;  // the child at `index`, if any
+    int32_t index = -1;
+    int32_t count = -1;  // -1 until known
+    uint64_t used = 0;   // clock value of the last use
+  };
+  Entry& Acquire(pugi::xml_node_struct* parent);
+
+  static constexpr size_t kEntries = 16;
+  std::array<Entry, kEntries> entries_{};
+  uint64_t clock_ = 0;
+  size_t last_ = 0;
+};
+
+// ---- Document state ------------------------------------------------------
+
+struct DocImpl {
+  DocImpl();
+
+  // The current tree. Earlier trees that handles may still refer to (a load
+  // replaced them while handles were alive) stay in `retired` until no
+  // handle can reach them.
+  std::unique_ptr<pugi::xml_document> tree;
+  std::vector<std::unique_ptr<pugi::xml_document>> retired;
+
+  bool async = true;
+  bool validate_on_parse = true;
+  bool resolve_externals = true;
+  bool preserve_white_space = false;
+  DOMParseError parse_error;
+  ChildCursors cursors;
+
+  pugi::xml_node Root() const noexcept { return *tree; }
+  pugi::xml_node Holder() const noexcept { return tree->first_child(); }
+
+  // Makes `next` the current tree. `shared`: other handles exist, so the
+  // old tree must stay alive; otherwise it and all retired trees are freed.
+  void InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared);
+  // Takes every child out of `parent`: into the holder of its tree when
+  // `shared`, freed otherwise.
+  void RemoveChildren(pugi::xml_node parent, bool shared);
+
+  // Replaces the content by the parse of `bytes`; fills parse_error.
+  bool Parse(std::string_view bytes, bool shared);
+  // Replaces the content by an empty tree and records a failure.
+  void Fail(DOMParseError error, bool shared);
+
+  // A handle of `node`, or the absent node for nullptr.
+  static DOMNode MakeNode(const std::shared_ptr<DocImpl>& doc, void* node) {
+    return node ? DOMNode(doc, node) : DOMNode();
+  }
+};
+
+// ---- Errors --------------------------------------------------------------
+
+// Throws the DOM error `number` with its description, ": detail" appended
+// when a detail is given, and the DOM source.
+[[noreturn]] void RaiseDomError(int32_t number, std::string_view detail = {});
+
+// ---- Characters, names, encodings (dom_text.cpp) -------------------------
+
+// True when `text` is valid UTF-8 and holds only characters that XML 1.0
+// allows.
+bool IsXmlText(std::string_view text) noexcept;
+// Raises 1002 naming the first offending code point or byte of `text`.
+[[noreturn]] void RaiseInvalidText(std::string_view text);
+inline void CheckXmlText(std::string_view text) {
+  if (!IsXmlText(text)) RaiseInvalidText(text);
+}
+// True when `name` matches the XML Name production.
+bool IsXmlName(std::string_view name) noexcept;
+
+// Converts the bytes of a document to UTF-8 without a byte-order mark:
+// UTF-8 (with or without mark), UTF-16 LE/BE with mark, and 8-bit text that
+// declares windows-1252 or ISO-8859-1 or that is not valid UTF-8. On failure
+// returns false with a reason and the byte offset in `bytes`.
+bool DecodeDocument(std::string_view bytes, std::string& out, std::string& reason, int64_t& offset);
+
+// ---- Serialisation (dom_serialize.cpp) -----------------------------------
+
+// Appends `node` and its subtree.
+void WriteNode(std::string& out, pugi::xml_node node);
+// Appends an attribute as name="value".
+void WriteAttribute(std::string& out, pugi::xml_attribute attr);
+// Appends each visible child of the document node `doc`, each followed by
+// CR LF.
+void WriteDocument(std::string& out, pugi::xml_node doc);
+// The data of a parsed XML declaration: its pseudo-attributes as name="value".
+std::string DeclarationData(pugi::xml_node decl);
+
+}  // namespace tympora::detail

@@ -1,0 +1,189 @@
+// Parsing for the DOM: loadXML and load.
+//
+// The bytes are first converted to UTF-8 (dom_text.cpp), then parsed by
+// pugixml in fragment mode, which keeps text at the top level so that the
+// rules for the top of a document can be checked here: exactly one element,
+// the declaration only at the very start, no text outside the element.
+// pugixml never reads a DTD: a DOCTYPE is skipped whole, so no entity is
+// declared, expanded or fetched, and an unknown reference stays literal.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include "node/dom_internal.hpp"
+#include "tympora/node/error.hpp"
+
+namespace tympora {
+namespace detail {
+namespace {
+
+constexpr unsigned kParseOptions = pugi::parse_declaration | pugi::parse_pi | pugi::parse_comments |
+                                   pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
+                                   pugi::parse_wconv_attribute | pugi::parse_ws_pcdata |
+                                   pugi::parse_fragment;
+
+struct Failure {
+  std::string reason;
+  int64_t offset = 0;  // in the text that was parsed
+};
+
+bool IsBlank(const char* s) noexcept {
+  for (; *s != 0; ++s) {
+    if (*s != ' ' && *s != '\t' && *s != '\r' && *s != '\n') return false;
+  }
+  return true;
+}
+
+// The parse error for `failure`, with its 1-based line and column in `text`.
+// LF, CR LF and a lone CR each end a line.
+DOMParseError Locate(std::string_view text, Failure failure) {
+  DOMParseError e;
+  e.errorCode = kDomErrParse;
+  e.reason = std::move(failure.reason);
+  e.filepos = failure.offset;
+  const size_t end =
+      std::min(text.size(), static_cast<size_t>(std::max<int64_t>(0, failure.offset)));
+  size_t line_start = 0;
+  e.line = 1;
+  for (size_t i = 0; i < end; ++i) {
+    const bool cr = text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n');
+    if (text[i] == '\n' || cr) {
+      ++e.line;
+      line_start = i + 1;
+    }
+  }
+  e.linepos = static_cast<int32_t>(end - line_start + 1);
+  return e;
+}
+
+// Byte offset of the markup of `n`, which starts `lead` bytes before the
+// name or value that pugixml points into.
+int64_t OffsetOf(pugi::xml_node n, int64_t lead) {
+  return std::max<int64_t>(0, n.offset_debug() - lead);
+}
+
+bool CheckTopLevel(pugi::xml_node doc, size_t text_size, Failure& f) {
+  int elements = 0;
+  bool first = true;
+  for (pugi::xml_node n = doc.first_child(), next; n; n = next, first = false) {
+    next = n.next_sibling();
+    switch (n.type()) {
+      case pugi::node_declaration:
+        if (!first) f = {"The XML declaration is allowed only at the start", OffsetOf(n, 2)};
+        break;
+      case pugi::node_pcdata:
+        if (IsBlank(n.value())) {
+          doc.remove_child(n);
+        } else {
+          f = {"Text is not allowed outside the document element", OffsetOf(n, 0)};
+        }
+        break;
+      case pugi::node_cdata:
+        f = {"CDATA is not allowed outside the document element", OffsetOf(n, 9)};
+        break;
+      case pugi::node_element:
+        if (++elements > 1) f = {"Only one top level element is allowed", OffsetOf(n, 1)};
+        break;
+      default:
+        break;
+    }
+    if (!f.reason.empty()) return false;
+  }
+  if (elements == 0) f = {"No document element found", static_cast<int64_t>(text_size)};
+  return elements != 0;
+}
+
+// Removes every text node whose value is empty or only blanks, tabs, CR and
+// LF, in one walk. The tree is fresh from the parser: no handle refers to it.
+void StripBlankText(pugi::xml_node root) {
+  for (pugi::xml_node n = root.first_child(); n;) {
+    const pugi::xml_node next = NextInSubtree(n, root);
+    if (n.type() == pugi::node_pcdata && IsBlank(n.value())) n.parent().remove_child(n);
+    n = next;
+  }
+}
+
+// Reads the whole file; returns 0 or the errno of the failure.
+int ReadWholeFile(const std::string& path, std::string& bytes) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return errno;
+  struct stat st {};
+  if (::fstat(fd, &st) == 0 && st.st_size > 0) bytes.reserve(static_cast<size_t>(st.st_size));
+  char chunk[65536];
+  int error = 0;
+  for (;;) {
+    const ssize_t got = ::read(fd, chunk, sizeof chunk);
+    if (got > 0) {
+      bytes.append(chunk, static_cast<size_t>(got));
+    } else if (got == 0) {
+      break;
+    } else if (errno != EINTR) {
+      error = errno;
+      break;
+    }
+  }
+  ::close(fd);
+  return error;
+}
+
+}  // namespace
+
+bool DocImpl::Parse(std::string_view bytes, bool shared) {
+  std::string text;
+  Failure f;
+  if (!DecodeDocument(bytes, text, f.reason, f.offset)) {
+    Fail(Locate(bytes, std::move(f)), shared);
+    return false;
+  }
+  auto next = std::make_unique<pugi::xml_document>();
+  if (const size_t nul = text.find('\0'); nul != std::string::npos) {
+    f = {"NUL character in the text", static_cast<int64_t>(nul)};
+  } else if (const pugi::xml_parse_result r =
+                 next->load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+             !r) {
+    f = {r.description(), static_cast<int64_t>(r.offset)};
+  } else {
+    CheckTopLevel(*next, text.size(), f);
+  }
+  if (!f.reason.empty()) {
+    Fail(Locate(text, std::move(f)), shared);
+    return false;
+  }
+  if (!preserve_white_space) StripBlankText(*next);
+  if (!next->prepend_child(pugi::node_element)) RaisePlatformError(kErrOutOfMemory);
+  InstallTree(std::move(next), shared);
+  parse_error = DOMParseError{};
+  return true;
+}
+
+void DocImpl::Fail(DOMParseError error, bool shared) {
+  InstallTree(NewTree(), shared);
+  parse_error = std::move(error);
+}
+
+}  // namespace detail
+
+bool DOMDocument::loadXML(std::string_view text) {
+  Check();
+  return doc_->Parse(text, doc_.use_count() > 1);
+}
+
+bool DOMDocument::load(const std::string& path) {
+  Check();
+  const bool shared = doc_.use_count() > 1;
+  std::string bytes;
+  if (const int error = detail::ReadWholeFile(path, bytes); error != 0) {
+    DOMParseError e;
+    e.errorCode = kDomErrParse;
+    e.reason = "Cannot read \"" + path + "\": " + std::generic_category().message(error);
+    doc_->Fail(std::move(e), shared);
+    return false;
+  }
+  return doc_->Parse(bytes, shared);
+}
+
+}  // namespace tympora

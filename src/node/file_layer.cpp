@@ -1,0 +1,387 @@
+// The process-wide table of open files.
+//
+// Every number 1..kMaxFileNumber owns at most one Entry. The table mutex
+// guards only the slots (lookup, insert, erase, the duplicate check and the
+// lock acquisition on open); the I/O on a file runs under the entry's own
+// mutex, so a long write to one number never holds up calls on another.
+//
+// Lock order: an entry mutex may be held while taking the table mutex (close),
+// never the other way round.
+//
+// The deny-write share is an exclusive write lock over the whole file. It is
+// taken as an open-file-description lock where the kernel has them: such a
+// lock belongs to our descriptor, so closing some other descriptor of the same
+// file (for example the one a refused duplicate open just made) cannot drop
+// it, which would happen with a classic per-process record lock.
+#include "tympora/node/file_layer.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <bitset>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "tympora/node/error.hpp"
+
+namespace tympora {
+namespace {
+
+constexpr int16_t kMaxFreeFileNumber = 255;
+
+struct Entry {
+  Entry(int descriptor, dev_t dev, ino_t ino, bool device, std::string file_path)
+      : fd(descriptor), device_id(dev), inode(ino), is_device(device), path(std::move(file_path)) {}
+
+  // Fixed from insertion on; read under the table mutex or the entry mutex.
+  const int fd;
+  const dev_t device_id;
+  const ino_t inode;
+  const bool is_device;
+  const std::string path;
+
+  std::mutex mutex;
+  bool closed = false;  // guarded by mutex
+};
+
+struct Table {
+  std::mutex mutex;
+  std::array<std::shared_ptr<Entry>, kMaxFileNumber + 1> slots;
+  // Numbers whose OpenFile is in progress: neither free nor usable yet.
+  std::bitset<kMaxFileNumber + 1> reserved;
+};
+
+// Never destroyed, so that FileCloseAll and the other calls stay valid while
+// static objects of the process are being torn down.
+Table& GetTable() {
+  static Table* const table = new Table;
+  return *table;
+}
+
+std::string ErrnoText(int err) { return std::error_code(err, std::generic_category()).message(); }
+
+[[noreturn]] void RaiseForPath(int32_t number, const std::string& path, const std::string& why) {
+  RaisePlatformError(number, "'" + path + "': " + why);
+}
+
+void CheckNumber(int16_t number) {
+  if (number < 1 || number > kMaxFileNumber) {
+    RaisePlatformError(kErrBadFileNumber, "file number " + std::to_string(number) +
+                                              " is outside 1 to " + std::to_string(kMaxFileNumber));
+  }
+}
+
+void CheckPath(const std::string& path) {
+  if (path.empty()) RaisePlatformError(kErrBadFileNumber, "the file name is empty");
+  if (path.find('\0') != std::string::npos) {
+    RaisePlatformError(kErrBadFileNumber, "the file name contains a NUL character");
+  }
+}
+
+[[noreturn]] void RaiseNotOpen(int16_t number) {
+  RaisePlatformError(kErrBadFileNumber, "no file is open under number " + std::to_string(number));
+}
+
+// The open entry under `number`; raises 52 when there is none.
+std::shared_ptr<Entry> Lookup(int16_t number) {
+  CheckNumber(number);
+  Table& table = GetTable();
+  std::lock_guard lock(table.mutex);
+  std::shared_ptr<Entry> entry = table.slots[number];
+  if (!entry) RaiseNotOpen(number);
+  return entry;
+}
+
+bool FolderExists(const std::string& path) {
+  std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  if (parent.empty()) parent = ".";
+  struct stat st {};
+  return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The error number for a failed open() of `path`.
+int32_t OpenErrorNumber(int err, const std::string& path, FileOpenMode mode) {
+  switch (err) {
+    case ENOENT:
+      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
+    case ENOTDIR:
+      return kErrPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+      return kErrPermissionDenied;
+    case EEXIST: {
+      // O_EXCL reports a symbolic link as an existing file; a link is not a
+      // file we would write through, so it gets the access error instead.
+      struct stat st {};
+      if (mode == FileOpenMode::CreateNew && ::lstat(path.c_str(), &st) == 0 &&
+          S_ISLNK(st.st_mode)) {
+        return kErrPathFileAccess;
+      }
+      return kErrFileExists;
+    }
+    case ENAMETOOLONG:
+    case EINVAL:
+      return kErrBadFileNumber;
+    case EMFILE:
+    case ENFILE:
+      return kErrTooManyFiles;
+    default:
+      return kErrPathFileAccess;  // EISDIR, ELOOP, ENXIO, ...
+  }
+}
+
+int OpenDescriptor(const std::string& path, FileOpenMode mode) {
+  // O_NONBLOCK keeps open() from waiting for a reader on a FIFO; it is
+  // cleared again once the descriptor is known to be a file or a device.
+  int flags = O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_CREAT;
+  switch (mode) {
+    case FileOpenMode::Binary:
+      break;
+    case FileOpenMode::Append:
+      flags |= O_APPEND;
+      break;
+    case FileOpenMode::CreateNew:
+      flags |= O_EXCL | O_NOFOLLOW;
+      break;
+  }
+  int fd;
+  do {
+    fd = ::open(path.c_str(), flags, 0666);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) {
+    const int err = errno;
+    const int32_t number = OpenErrorNumber(err, path, mode);
+    RaiseForPath(
+        number, path,
+        err == EEXIST && number == kErrPathFileAccess ? "is a symbolic link" : ErrnoText(err));
+  }
+  return fd;
+}
+
+// Closes a descriptor unless it was handed over to the table.
+class DescriptorGuard {
+ public:
+  explicit DescriptorGuard(int fd) : fd_(fd) {}
+  DescriptorGuard(const DescriptorGuard&) = delete;
+  DescriptorGuard& operator=(const DescriptorGuard&) = delete;
+  ~DescriptorGuard() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  void Release() { fd_ = -1; }
+
+ private:
+  int fd_;
+};
+
+// Frees a reserved number unless the open completed.
+class Reservation {
+ public:
+  Reservation(Table& table, int16_t number) : table_(table), number_(number) {}
+  Reservation(const Reservation&) = delete;
+  Reservation& operator=(const Reservation&) = delete;
+  ~Reservation() {
+    if (active_) {
+      std::lock_guard lock(table_.mutex);
+      table_.reserved[number_] = false;
+    }
+  }
+  // Called with the table mutex held.
+  void Complete() {
+    table_.reserved[number_] = false;
+    active_ = false;
+  }
+
+ private:
+  Table& table_;
+  int16_t number_;
+  bool active_ = true;
+};
+
+// Takes the exclusive write lock over the whole file. Returns false when
+// another owner holds a conflicting lock. A file system that cannot lock at
+// all leaves the file unlocked: the lock is advisory in any case.
+bool LockForWriting(int fd) {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0;
+  lock.l_len = 0;  // to the end of the file, however long it grows
+  lock.l_pid = 0;
+#ifdef F_OFD_SETLK
+  int result = ::fcntl(fd, F_OFD_SETLK, &lock);
+  if (result != 0 && errno == EINVAL) result = ::fcntl(fd, F_SETLK, &lock);  // older kernels
+#else
+  int result = ::fcntl(fd, F_SETLK, &lock);
+#endif
+  return result == 0 || (errno != EACCES && errno != EAGAIN);
+}
+
+// Closes the entry under `number` and frees the number. Returns the errno of
+// a failing close() (0 on success), or -1 when the entry was already closed.
+int CloseEntry(int16_t number, const std::shared_ptr<Entry>& entry) {
+  std::lock_guard entry_lock(entry->mutex);
+  if (entry->closed) return -1;
+  Table& table = GetTable();
+  // Closing under the table mutex: until the descriptor and its lock are
+  // gone the file still counts as open, so a racing open of the same file
+  // sees either this entry (55) or no lock at all, never a stale lock.
+  std::lock_guard table_lock(table.mutex);
+  if (table.slots[number] == entry) table.slots[number].reset();
+  entry->closed = true;
+  // The descriptor is released even when close() reports an error (also
+  // EINTR), so it is never retried.
+  return ::close(entry->fd) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int16_t FreeFile() {
+  Table& table = GetTable();
+  std::lock_guard lock(table.mutex);
+  for (int16_t number = 1; number <= kMaxFreeFileNumber; ++number) {
+    if (!table.slots[number] && !table.reserved[number]) return number;
+  }
+  RaisePlatformError(kErrTooManyFiles, "every file number from 1 to " +
+                                           std::to_string(kMaxFreeFileNumber) + " is in use");
+}
+
+void OpenFile(int16_t number, const std::string& path, FileOpenMode mode) {
+  CheckNumber(number);
+  CheckPath(path);
+  Table& table = GetTable();
+  {
+    std::lock_guard lock(table.mutex);
+    if (table.slots[number] || table.reserved[number]) {
+      RaisePlatformError(kErrFileAlreadyOpen,
+                         "file number " + std::to_string(number) + " is in use");
+    }
+    table.reserved[number] = true;
+  }
+  Reservation reservation(table, number);
+
+  const int fd = OpenDescriptor(path, mode);
+  DescriptorGuard guard(fd);
+  struct stat st {};
+  if (::fstat(fd, &st) != 0) RaiseForPath(kErrPathFileAccess, path, ErrnoText(errno));
+  const bool is_device = S_ISCHR(st.st_mode);
+  if (!S_ISREG(st.st_mode) && !is_device) {  // a FIFO, a socket, ...
+    RaiseForPath(kErrPathFileAccess, path, "is neither a file nor a device");
+  }
+  const int status_flags = ::fcntl(fd, F_GETFL);
+  if (status_flags < 0 || ::fcntl(fd, F_SETFL, status_flags & ~O_NONBLOCK) != 0) {
+    RaiseForPath(kErrPathFileAccess, path, ErrnoText(errno));
+  }
+  auto entry = std::make_shared<Entry>(fd, st.st_dev, st.st_ino, is_device, path);
+
+  std::lock_guard lock(table.mutex);
+  for (int16_t other = 1; other <= kMaxFileNumber; ++other) {
+    const std::shared_ptr<Entry>& open = table.slots[other];
+    if (open && open->device_id == entry->device_id && open->inode == entry->inode) {
+      RaiseForPath(kErrFileAlreadyOpen, path,
+                   "already open under file number " + std::to_string(other));
+    }
+  }
+  if (!is_device && !LockForWriting(fd)) {
+    RaiseForPath(kErrPermissionDenied, path, "another process is writing to it");
+  }
+  table.slots[number] = std::move(entry);
+  reservation.Complete();
+  guard.Release();
+}
+
+int64_t FileLength(int16_t number) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  std::lock_guard lock(entry->mutex);
+  if (entry->closed) RaiseNotOpen(number);
+  if (entry->is_device) return 0;
+  struct stat st {};
+  if (::fstat(entry->fd, &st) != 0) RaiseForPath(kErrDeviceIO, entry->path, ErrnoText(errno));
+  return static_cast<int64_t>(st.st_size);
+}
+
+void FileWrite(int16_t number, std::string_view bytes) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  std::lock_guard lock(entry->mutex);
+  if (entry->closed) RaiseNotOpen(number);
+  // write() may take fewer bytes than asked (a signal, a nearly full disk,
+  // Linux's limit of about 2 GiB per call); keep going until all are out.
+  constexpr size_t kMaxChunk = size_t{1} << 30;
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(entry->fd, bytes.data(), std::min(bytes.size(), kMaxChunk));
+    if (written < 0) {
+      const int err = errno;
+      if (err == EINTR) continue;
+      RaiseForPath(err == ENOSPC || err == EDQUOT ? kErrDiskFull : kErrDeviceIO, entry->path,
+                   ErrnoText(err));
+    }
+    if (written == 0) RaiseForPath(kErrDeviceIO, entry->path, "the device took no bytes");
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+}
+
+void FileClose(int16_t number) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  const int err = CloseEntry(number, entry);
+  if (err < 0) RaiseNotOpen(number);
+  // The number is free by now; a close that reports a late write failure
+  // (a network file system flushing on close) still tells the caller.
+  if (err == ENOSPC || err == EDQUOT) RaiseForPath(kErrDiskFull, entry->path, ErrnoText(err));
+  if (err != 0 && err != EINTR) RaiseForPath(kErrDeviceIO, entry->path, ErrnoText(err));
+}
+
+void FileCloseAll() noexcept {
+  Table& table = GetTable();
+  std::vector<std::pair<int16_t, std::shared_ptr<Entry>>> open;
+  {
+    std::lock_guard lock(table.mutex);
+    for (int16_t number = 1; number <= kMaxFileNumber; ++number) {
+      if (table.slots[number]) open.emplace_back(number, table.slots[number]);
+    }
+  }
+  for (const auto& [number, entry] : open) CloseEntry(number, entry);
+}
+
+void FileDelete(const std::string& path) {
+  CheckPath(path);
+  if (::unlink(path.c_str()) == 0) return;
+  const int err = errno;
+  int32_t number;
+  switch (err) {
+    case ENOENT:
+      number = kErrFileNotFound;
+      break;
+    case ENOTDIR:
+      number = kErrPathNotFound;
+      break;
+    case EACCES:
+    case EPERM: {
+      // Linux reports unlink() of a folder as EISDIR, other systems as EPERM.
+      struct stat st {};
+      number = ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? kErrPathFileAccess
+                                                                      : kErrPermissionDenied;
+      break;
+    }
+    case EROFS:
+      number = kErrPermissionDenied;
+      break;
+    case ENAMETOOLONG:
+      number = kErrBadFileNumber;
+      break;
+    default:
+      number = kErrPathFileAccess;
+      break;  // EISDIR, ELOOP, EBUSY, ...
+  }
+  RaiseForPath(number, path, ErrnoText(err));
+}
+
+}  // namespace tympora

@@ -1,0 +1,206 @@
+// The export frames, child-list handling and property elements shared by
+// every record class.
+#include "tympora/node/node_utility.hpp"
+
+#include <ctime>
+
+#include "tympora/node/conversions.hpp"
+#include "tympora/node/error.hpp"
+#include "tympora/node/file_layer.hpp"
+
+namespace tympora {
+namespace {
+
+Date Now() {
+  std::time_t t = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&t, &local);
+  return MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                  local.tm_min, local.tm_sec);
+}
+
+// Takes the lowest free file number and opens `path` new under it. Another
+// thread may take the same number between the two steps; then the next free
+// one is tried.
+int16_t OpenNewFile(const std::string& path) {
+  for (int attempt = 0;; ++attempt) {
+    const int16_t number = FreeFile();
+    try {
+      OpenFile(number, path, FileOpenMode::CreateNew);
+      return number;
+    } catch (const Error& e) {
+      if (e.Number() != kErrFileAlreadyOpen || attempt >= 16) throw;
+    }
+  }
+}
+
+// Takes over a status that a record returned: an absent one counts as success.
+void TakeStatus(StatusPtr& status, StatusPtr returned) {
+  if (returned) status = std::move(returned);
+  if (status->Number() != 0) status->RaiseError();
+}
+
+}  // namespace
+
+void NewXMLDocument(DOMDocument& Document) {
+  Document = DOMDocument::New();
+  Document.async(false);
+  Document.validateOnParse(false);
+  Document.resolveExternals(false);
+  Document.preserveWhiteSpace(true);
+  Document.appendChild(Document.createProcessingInstruction("xml", "version='1.0'"));
+  Document.appendChild(Document.createComment("document created " + ValueToText(Now())));
+}
+
+StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node) {
+  int16_t number = 0;
+  return RunFrameA(
+      [&](StatusPtr& status) {
+        if (sFilePath.empty()) {
+          status->SetError(STATUS_BADPATH);
+          status->RaiseError();
+        }
+        try {
+          FileDelete(sFilePath);
+        } catch (const Error&) {
+          // No file, or no access: the open below reports what matters.
+        }
+        number = OpenNewFile(sFilePath);
+        TakeStatus(status, Node.ExportXMLFileHandle(number));
+        const int16_t open = number;
+        number = 0;
+        FileClose(open);
+      },
+      [&] {
+        if (number != 0) FileClose(number);
+      });
+}
+
+StatusPtr ExportNodeToFileHandle(int16_t iFileHandle, CNode& Node) {
+  return RunFrameA([&](StatusPtr& status) {
+    if (iFileHandle < 1 || iFileHandle > kMaxFileNumber) {
+      status->SetError(STATUS_BADHANDLE);
+      status->RaiseError();
+    }
+    FileLength(iFileHandle);
+    DOMDocument document;
+    TakeStatus(status, Node.ExportXMLDocument(document));
+    if (!document) RaisePlatformError(kErrObjectNotSet, "the record returned no document");
+    DOMDocument reparsed = DOMDocument::New();
+    reparsed.loadXML(document.xml());
+    document = DOMDocument();
+    FileWrite(iFileHandle, reparsed.xml());
+  });
+}
+
+StatusPtr ExportNodeToDocument(DOMDocument& Document, CNode& Node) {
+  return RunFrameA([&](StatusPtr&) {
+    if (!Document) NewXMLDocument(Document);
+    DOMElement element;
+    Node.CreateXMLElement(Document, element);
+    DOMElement top;
+    AppendChildNode(Document, top, element);
+  });
+}
+
+StatusPtr ExportNodeToNode(DOMDocument& Document, DOMElement& ParentNode, CNode& Node) {
+  return RunFrameA([&](StatusPtr& status) {
+    if (!Document) {
+      status->SetError(STATUS_UNINIT_OBJECT_1, "Supplied Document Parameter");
+      status->RaiseError();
+    }
+    if (!ParentNode) {
+      status->SetError(STATUS_UNINIT_OBJECT_2, "Supplied Parent Node Parameter");
+      status->RaiseError();
+    }
+    DOMElement element;
+    Node.CreateXMLElement(Document, element);
+    ParentNode.appendChild(Document.createTextNode(kCrLf));
+    ParentNode.appendChild(element);
+    ParentNode.appendChild(Document.createTextNode(kCrLf));
+  });
+}
+
+void CheckThisNode(const DOMNode& ThisNode) {
+  if (!ThisNode) {
+    CStatus status;
+    status.SetError(STATUS_UNINIT_OBJECT_1, "Supplied This Node Parameter");
+    status.RaiseError();
+  }
+}
+
+void ExportCollectionNodes(DOMDocument& Document, DOMElement& ParentNode,
+                           const NodeCollection* Collection) {
+  if (!Collection) return;
+  RunFrameB([&] {
+    const int32_t count = Collection->Count();
+    for (int32_t i = 1; i <= count; ++i) {
+      StatusPtr status = Collection->NodeItem(i)->ExportXMLNode(Document, ParentNode);
+      if (status && status->Number() != 0) status->RaiseError();
+    }
+  });
+}
+
+void CreatePropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                           const Variant& vValue, DOMElement& Element) {
+  Element = Document.createElement(sName);
+  if (bIsNull) {
+    Element.setAttribute("null", "true");
+    return;
+  }
+  try {
+    if (vValue.Kind() == VariantKind::String) {
+      Element.text(EncodeXMLText(vValue.AsString()));
+    } else {
+      Element.text(TrimText(ValueToText(vValue)));
+    }
+  } catch (const Error& e) {
+    // Name the element, so that a host can tell which value cannot be written.
+    throw Error(e.Number(), e.Description() + " (element " + std::string(sName) + ")", e.Source(),
+                e.HelpFile(), e.HelpContext());
+  }
+}
+
+void AppendChildNode(DOMDocument& Document, DOMElement& ParentNode, DOMElement& ChildNode) {
+  if (!ParentNode) {
+    Document.appendChild(ChildNode);
+  } else {
+    ParentNode.appendChild(Document.createTextNode(kCrLf));
+    ParentNode.appendChild(ChildNode);
+  }
+  ChildNode = DOMElement();
+}
+
+void AppendPropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                           const Variant& vValue, DOMElement& ParentNode) {
+  DOMElement element;
+  RunFrameB(
+      [&] {
+        CreatePropertyElement(Document, sName, bIsNull, vValue, element);
+        AppendChildNode(Document, ParentNode, element);
+      },
+      [&] { element = DOMElement(); });
+}
+
+bool IsNullNode(const DOMNode& ThisNode) {
+  if (!ThisNode) RaisePlatformError(kErrObjectNotSet);
+  const DOMNamedNodeMap attributes = ThisNode.attributes();
+  if (attributes.length() < 1) return false;
+  const DOMNode flag = attributes.getNamedItem("null");
+  if (!flag) return false;
+  const Variant value = flag.nodeValue();
+  return value.Kind() == VariantKind::String && value.AsString() == "true";
+}
+
+void ReadNodeID(const DOMNode& ThisNode, int32_t& lID) {
+  if (!ThisNode) RaisePlatformError(kErrObjectNotSet);
+  const DOMNode id = ThisNode.attributes().getNamedItem("id");
+  if (!id) return;
+  const std::string text = id.text();
+  if (IsNumericText(text)) lID = ToInt32(TextToNumber(text));
+}
+
+std::string EncodeXMLText(std::string_view text) { return std::string(text); }
+std::string DecodeXMLText(std::string_view text) { return std::string(text); }
+
+}  // namespace tympora

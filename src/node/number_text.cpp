@@ -1,0 +1,301 @@
+// Numbers as text: the 15-digit export form, the lenient leading-number
+// reader, the strict numeric-text test and the integer rounding.
+#include <algorithm>
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "node/number_text.hpp"
+#include "tympora/node/conversions.hpp"
+#include "tympora/node/error.hpp"
+#include "tympora/node/locale.hpp"
+
+namespace tympora {
+namespace detail {
+
+void AppendMagnitude(std::string& out, double magnitude, std::string_view separator,
+                     bool zero_before_separator) {
+  if (magnitude == 0) {
+    out += '0';
+    return;
+  }
+  // d.dddddddddddddde±x: 15 digits, correctly rounded, independent of the
+  // C library's locale. A carry of the rounding (9.999...e2 to 1e3) is
+  // already in the exponent.
+  char buf[32];
+  auto res = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14);
+  char digits[15];
+  digits[0] = buf[0];
+  std::copy(buf + 2, buf + 16, digits + 1);
+  size_t count = 15;
+  while (count > 1 && digits[count - 1] == '0') --count;
+  int exponent = 0;
+  std::from_chars(buf + 18, res.ptr, exponent);  // buf[16] is 'e', buf[17] the sign
+  if (buf[17] == '-') exponent = -exponent;
+
+  if (exponent < -4 || exponent > 14) {
+    out += digits[0];
+    if (count > 1) out.append(separator).append(digits + 1, count - 1);
+    out += exponent < 0 ? "E-" : "E+";
+    if (std::abs(exponent) < 10) out += '0';
+    out += std::to_string(std::abs(exponent));
+  } else if (exponent >= 0) {
+    size_t whole = static_cast<size_t>(exponent) + 1;
+    out.append(digits, std::min(count, whole));
+    if (count > whole) {
+      out.append(separator).append(digits + whole, count - whole);
+    } else {
+      out.append(whole - count, '0');
+    }
+  } else {
+    if (zero_before_separator) out += '0';
+    out.append(separator).append(static_cast<size_t>(-exponent - 1), '0').append(digits, count);
+  }
+}
+
+namespace {
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+int DigitValue(char c) {
+  if (IsDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return 99;
+}
+
+// The value of an &H (base 16) or &O (base 8) integer. Short forms are
+// two's complement integers: up to 4 hex or 6 octal digits 16 bits wide, up
+// to 8 hex or 11 octal digits 32 bits wide; longer forms are unsigned.
+double RadixValue(std::string_view digits, int base) {
+  double value = 0;
+  if (base == 16) {
+    auto res = std::from_chars(digits.data(), digits.data() + digits.size(), value,
+                               std::chars_format::hex);
+    if (res.ec == std::errc::result_out_of_range) return HUGE_VAL;
+  } else {
+    for (char c : digits) value = value * 8 + DigitValue(c);
+  }
+  size_t n = digits.size();
+  if (n <= (base == 16 ? 4u : 6u) && value <= 0xFFFF) {
+    return value >= 0x8000 ? value - 0x10000 : value;
+  }
+  if (n <= (base == 16 ? 8u : 11u) && value <= 0xFFFFFFFF) {
+    return value >= 0x80000000 ? value - 4294967296.0 : value;
+  }
+  return value;
+}
+
+// The leading &H / &O integer of `text`, which starts with '&'.
+double ReadRadix(std::string_view text, size_t* used) {
+  *used = 0;
+  if (text.size() < 3) return 0;
+  char prefix = text[1];
+  int base = (prefix == 'H' || prefix == 'h') ? 16 : (prefix == 'O' || prefix == 'o') ? 8 : 0;
+  if (base == 0) return 0;
+  size_t end = 2;
+  while (end < text.size() && DigitValue(text[end]) < base) ++end;
+  if (end == 2) return 0;
+  *used = end;
+  return RadixValue(text.substr(2, end - 2), base);
+}
+
+// The value of a text beyond the double range: an infinity, except that a
+// text that rounds to the 15-digit form of the largest double reads as that
+// double, so that the export text of every finite double reads back finite.
+// `digits` are the mantissa digits without the period.
+double BeyondRange(std::string digits, long long exponent) {
+  size_t first = digits.find_first_not_of('0');
+  if (first == std::string::npos) return 0;
+  long long decimal_exp = static_cast<long long>(digits.size() - 1 - first) + exponent;
+  if (decimal_exp <= 0) return 0;  // below the smallest denormal
+  digits.erase(0, first);
+  digits.erase(digits.find_last_not_of('0') + 1);
+  if (decimal_exp == DBL_MAX_10_EXP && digits < "1797693134862325") return DBL_MAX;
+  return HUGE_VAL;
+}
+
+// The value of the digits `whole` and `fraction` times 10^exponent, read
+// exactly.
+double DecimalValue(std::string_view whole, std::string_view fraction, long long exponent) {
+  exponent -= static_cast<long long>(fraction.size());
+  char small[64];
+  std::string large;
+  size_t size = whole.size() + fraction.size() + 24;
+  char* buf = small;
+  if (size > sizeof small) {
+    large.resize(size);
+    buf = large.data();
+  }
+  char* p = std::copy(whole.begin(), whole.end(), buf);
+  p = std::copy(fraction.begin(), fraction.end(), p);
+  size_t digit_count = static_cast<size_t>(p - buf);
+  *p++ = 'e';
+  p = std::to_chars(p, buf + size, exponent).ptr;
+  double value = 0;
+  if (std::from_chars(buf, p, value).ec == std::errc::result_out_of_range) {
+    return BeyondRange(std::string(buf, digit_count), exponent);
+  }
+  return value;
+}
+
+size_t DigitsAt(std::string_view text, size_t i) {
+  size_t end = i;
+  while (end < text.size() && IsDigit(text[end])) ++end;
+  return end;
+}
+
+// Reads a decimal number at the start of `text` (no blanks in it): sign,
+// digits with at most one period, exponent E or D. Sets *used to the length
+// read, 0 when no number starts the text.
+double ReadDecimal(std::string_view text, size_t* used) {
+  *used = 0;
+  size_t i = 0;
+  bool negative = false;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+  size_t end = DigitsAt(text, i);
+  std::string_view whole = text.substr(i, end - i), fraction;
+  i = end;
+  if (i < text.size() && text[i] == '.') {
+    end = DigitsAt(text, i + 1);
+    fraction = text.substr(i + 1, end - i - 1);
+    i = end;
+  }
+  if (whole.empty() && fraction.empty()) return 0;
+  long long exponent = 0;
+  if (i < text.size() && std::string_view("EeDd").find(text[i]) != std::string_view::npos) {
+    size_t j = i + 1;
+    bool negative_exp = false;
+    if (j < text.size() && (text[j] == '+' || text[j] == '-')) negative_exp = text[j++] == '-';
+    if (j < text.size() && IsDigit(text[j])) {
+      for (; j < text.size() && IsDigit(text[j]); ++j) {
+        if (exponent < 1000000) exponent = exponent * 10 + (text[j] - '0');
+      }
+      if (negative_exp) exponent = -exponent;
+      i = j;
+    }
+  }
+  *used = i;
+  double magnitude = DecimalValue(whole, fraction, exponent);
+  return negative ? -magnitude : magnitude;
+}
+
+// The blanks allowed around a numeric text: those that TextToNumber skips. A
+// CR ends a number there, so it is no blank here either.
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n'; }
+
+// The ASCII number that `text` spells in the current locale's number form
+// (decimal separator the period or the locale's, grouping separators between
+// digits), or nothing when the whole text is not such a number.
+std::optional<std::string> CanonicalNumber(std::string_view text) {
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  if (text.empty()) return std::nullopt;
+  if (text.front() == '&') {
+    size_t used = 0;
+    ReadRadix(text, &used);
+    if (used == 0 || used != text.size()) return std::nullopt;
+    return std::string(text);
+  }
+  const LocaleSettings& locale = CurrentLocale();
+  const std::string& decimal = locale.decimal_separator;
+  std::string_view group = locale.thousands_separator;
+  if (group == "." || group == decimal) group = {};
+
+  std::string out;
+  size_t i = 0;
+  if (text[i] == '+' || text[i] == '-') out += text[i++];
+  bool digits = false, point = false;
+  while (i < text.size()) {
+    char c = text[i];
+    if (IsDigit(c)) {
+      out += c, digits = true, ++i;
+    } else if (!point && (c == '.' || (!decimal.empty() && text.substr(i).starts_with(decimal)))) {
+      out += '.', point = true, i += c == '.' ? 1 : decimal.size();
+    } else if (!point && !group.empty() && i > 0 && IsDigit(text[i - 1]) &&
+               text.substr(i).starts_with(group) && i + group.size() < text.size() &&
+               IsDigit(text[i + group.size()])) {
+      i += group.size();
+    } else {
+      break;
+    }
+  }
+  if (!digits) return std::nullopt;
+  if (i < text.size() && std::string_view("EeDd").find(text[i]) != std::string_view::npos) {
+    out += 'E', ++i;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) out += text[i++];
+    if (i == text.size()) return std::nullopt;
+    while (i < text.size() && IsDigit(text[i])) out += text[i++];
+  }
+  if (i != text.size()) return std::nullopt;
+  return out;
+}
+
+}  // namespace
+}  // namespace detail
+
+std::string ValueToText(int32_t value) { return (value >= 0 ? " " : "") + std::to_string(value); }
+
+std::string ValueToText(double value) {
+  if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);
+  std::string text(value < 0 ? "-" : " ");
+  detail::AppendMagnitude(text, std::fabs(value), ".", false);
+  return text;
+}
+
+std::string ValueToText(bool value) { return value ? "True" : "False"; }
+
+std::string TrimText(std::string_view text) {
+  size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  size_t last = text.find_last_not_of(' ');
+  return std::string(text.substr(first, last - first + 1));
+}
+
+// A number beyond the double range reads as an infinity of its sign (no
+// error: the reader never fails); one below the smallest denormal as zero.
+double TextToNumber(std::string_view text) {
+  std::string packed;
+  if (text.find_first_of(" \t\n") != std::string_view::npos) {
+    for (char c : text) {
+      if (c != ' ' && c != '\t' && c != '\n') packed += c;
+    }
+    text = packed;
+  }
+  size_t used = 0;
+  if (!text.empty() && text.front() == '&') return detail::ReadRadix(text, &used);
+  return detail::ReadDecimal(text, &used);
+}
+
+bool IsNumericText(std::string_view text) {
+  auto canonical = detail::CanonicalNumber(text);
+  return canonical && std::isfinite(TextToNumber(*canonical));
+}
+
+double ToDouble(std::string_view text) {
+  auto canonical = detail::CanonicalNumber(text);
+  double value = canonical ? TextToNumber(*canonical) : 0.0;
+  if (!canonical || !std::isfinite(value)) RaisePlatformError(kErrTypeMismatch);
+  return value;
+}
+
+int32_t ToInt32(double value) {
+  if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);
+  // Half to even, independent of the floating-point rounding mode;
+  // value - floor(value) is exact for every double.
+  double whole = std::floor(value);
+  double fraction = value - whole;
+  if (fraction > 0.5 || (fraction == 0.5 && std::fmod(whole, 2.0) != 0)) whole += 1;
+  if (whole < -2147483648.0 || whole > 2147483647.0) RaisePlatformError(kErrOverflow);
+  return static_cast<int32_t>(whole);
+}
+
+int16_t ToInt16(int32_t value) {
+  if (value < -32768 || value > 32767) RaisePlatformError(kErrOverflow);
+  return static_cast<int16_t>(value);
+}
+
+}  // namespace tympora

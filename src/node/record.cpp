@@ -1,0 +1,212 @@
+// The generic record: every CNode member of the nine record classes, driven
+// by the class's property table.
+#include "tympora/node/record.hpp"
+
+#include <algorithm>
+#include <cctype>
+
+#include "tympora/node/conversions.hpp"
+#include "tympora/node/error.hpp"
+#include "tympora/node/node_utility.hpp"
+
+namespace tympora {
+namespace {
+
+// A boolean element reads as true when its text contains "true" in any
+// letter case, and false otherwise.
+bool ContainsTrue(std::string_view text) {
+  static constexpr std::string_view kTrue = "true";
+  auto it = std::search(text.begin(), text.end(), kTrue.begin(), kTrue.end(), [](char a, char b) {
+    return std::tolower(static_cast<unsigned char>(a)) == b;
+  });
+  return it != text.end();
+}
+
+template <class T>
+Nullable<T>& FieldOf(const PropertyDef& p, const RecordBase& record) {
+  // The table's accessors take a mutable record; reading through them does
+  // not modify it.
+  return std::get<Nullable<T>& (*)(RecordBase&)>(p.field)(const_cast<RecordBase&>(record));
+}
+
+}  // namespace
+
+RecordInfo::RecordInfo(std::string_view node_name_, std::string_view class_name_,
+                       const char* txt_source_, std::vector<PropertyDef> properties_,
+                       std::vector<ChildListDef> children_, std::vector<Alias> aliases_,
+                       bool id_by_name_)
+    : node_name(node_name_),
+      class_name(class_name_),
+      txt_source(txt_source_),
+      properties(std::move(properties_)),
+      children(std::move(children_)),
+      aliases(std::move(aliases_)),
+      id_by_name(id_by_name_) {
+  for (size_t i = 0; i < properties.size(); ++i) {
+    by_element_.emplace(properties[i].element, static_cast<int>(i));
+    by_name_.emplace(properties[i].element, static_cast<int>(i));
+  }
+  for (size_t i = 0; i < children.size(); ++i) {
+    by_element_.emplace(children[i].element, -1 - static_cast<int>(i));
+  }
+  for (const Alias& alias : aliases) {
+    auto it = by_name_.find(alias.element);
+    if (it != by_name_.end()) by_name_.emplace(alias.name, it->second);
+  }
+  if (id_by_name) by_name_.emplace("ID", kId);
+}
+
+int RecordInfo::FindElement(std::string_view name) const {
+  auto it = by_element_.find(name);
+  return it == by_element_.end() ? kNone : it->second;
+}
+
+int RecordInfo::FindName(std::string_view name) const {
+  auto it = by_name_.find(name);
+  return it == by_name_.end() ? kNone : it->second;
+}
+
+std::string RecordBase::NodeName() const { return std::string(Info().node_name); }
+
+Variant RecordBase::GetProperty(const PropertyDef& p) const {
+  switch (p.Kind()) {
+    case PropKind::Int32: return FieldOf<int32_t>(p, *this).Get();
+    case PropKind::Double: return FieldOf<double>(p, *this).Get();
+    case PropKind::String: return FieldOf<std::string>(p, *this).Get();
+    case PropKind::Date: return FieldOf<Date>(p, *this).Get();
+    case PropKind::Bool: return FieldOf<bool>(p, *this).Get();
+  }
+  return {};
+}
+
+bool RecordBase::IsPropertyNull(const PropertyDef& p) const {
+  return std::visit([&](auto access) { return access(const_cast<RecordBase&>(*this)).IsNull(); },
+                    p.field);
+}
+
+void RecordBase::SetProperty(const PropertyDef& p, const Variant& value) {
+  switch (p.Kind()) {
+    case PropKind::Int32: {
+      const int32_t v = ToInt32(value);
+      if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, *this).Set(v);
+      return;
+    }
+    case PropKind::Double: FieldOf<double>(p, *this).Set(ToDouble(value)); return;
+    case PropKind::String: FieldOf<std::string>(p, *this).Set(ToString(value)); return;
+    case PropKind::Date: FieldOf<Date>(p, *this).Set(ToDate(value)); return;
+    case PropKind::Bool: FieldOf<bool>(p, *this).Set(ToBoolean(value)); return;
+  }
+}
+
+void RecordBase::SetPropertyNull(const PropertyDef& p) {
+  std::visit([&](auto access) { access(*this).SetNull(); }, p.field);
+}
+
+Variant RecordBase::PropertyByName(const std::string& sPropertyName) const {
+  const RecordInfo& info = Info();
+  const int i = info.FindName(sPropertyName);
+  if (i == RecordInfo::kNone) return {};
+  if (i == RecordInfo::kId) return id_;
+  return GetProperty(info.properties[static_cast<size_t>(i)]);
+}
+
+void RecordBase::PropertyByName(const std::string& sPropertyName, const Variant& vValue) {
+  const RecordInfo& info = Info();
+  const int i = info.FindName(sPropertyName);
+  if (i < 0) return;  // unknown, or the ID, which cannot be set by name
+  SetProperty(info.properties[static_cast<size_t>(i)], vValue);
+}
+
+void RecordBase::CreateXMLElement(DOMDocument& Document, DOMElement& ThisNode) {
+  const RecordInfo& info = Info();
+  RunFrameB([&] {
+    ThisNode = Document.createElement(info.node_name);
+    ThisNode.setAttribute("id", std::to_string(id_));
+    for (const PropertyDef& p : info.properties) {
+      const bool is_null = IsPropertyNull(p);
+      AppendPropertyElement(Document, p.element, is_null, is_null ? Variant() : GetProperty(p),
+                            ThisNode);
+    }
+    for (const ChildListDef& list : info.children) {
+      ExportCollectionNodes(Document, ThisNode, list.list(*this));
+    }
+    ThisNode.appendChild(Document.createTextNode(kCrLf));
+  });
+}
+
+StatusPtr RecordBase::ExportXMLPath(const std::string& sFilePath) {
+  return ExportNodeToPath(sFilePath, *this);
+}
+
+StatusPtr RecordBase::ExportXMLFileHandle(int16_t iFileHandle) {
+  return ExportNodeToFileHandle(iFileHandle, *this);
+}
+
+StatusPtr RecordBase::ExportXMLDocument(DOMDocument& Document) {
+  return ExportNodeToDocument(Document, *this);
+}
+
+StatusPtr RecordBase::ExportXMLNode(DOMDocument& Document, DOMElement& ParentNode) {
+  return ExportNodeToNode(Document, ParentNode, *this);
+}
+
+void RecordBase::ImportProperty(const PropertyDef& p, const DOMNode& element) {
+  if (IsNullNode(element)) {
+    SetPropertyNull(p);
+    return;
+  }
+  const std::string text = element.text();
+  switch (p.Kind()) {
+    case PropKind::String: FieldOf<std::string>(p, *this).Set(DecodeXMLText(text)); return;
+    case PropKind::Int32:
+      if (IsNumericText(text)) {
+        const int32_t v = ToInt32(TextToNumber(text));
+        if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, *this).Set(v);
+      }
+      return;
+    case PropKind::Double:
+      if (IsNumericText(text)) FieldOf<double>(p, *this).Set(TextToNumber(text));
+      return;
+    case PropKind::Date:
+      if (IsDateValue(text)) FieldOf<Date>(p, *this).Set(ToDate(text));
+      return;
+    case PropKind::Bool: FieldOf<bool>(p, *this).Set(ContainsTrue(text)); return;
+  }
+}
+
+StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
+  const RecordInfo& info = Info();
+  return RunImportFrame(
+      ThisNode, id_, [&](StatusPtr& status, const DOMNode& child, const std::string& name) {
+        const int i = info.FindElement(name);
+        if (i == RecordInfo::kNone || child.nodeType() != DOMNodeType::Element) return;
+        if (i >= 0) {
+          ImportProperty(info.properties[static_cast<size_t>(i)], child);
+          return;
+        }
+        if (IsNullNode(child)) return;
+        const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
+        std::shared_ptr<CNode> record = list.create();
+        DOMNode element = child;
+        if (StatusPtr returned = record->ImportXMLNode(element)) {
+          status = std::move(returned);
+          if (status->Number() != 0) status->RaiseError();
+        }
+        list.add(*this, record);
+      });
+}
+
+StatusPtr RecordBase::ExportTXT(int16_t) { return NotImplementedStatus(Info().txt_source); }
+StatusPtr RecordBase::ExportPDF(Variant&) { return NotImplementedStatus("Function CNode_ExportPDF"); }
+StatusPtr RecordBase::ExportPostScript(int16_t) {
+  return NotImplementedStatus("Function CNode_ExportPostScript");
+}
+
+void RecordBase::Reset() {
+  const RecordInfo& info = Info();
+  id_ = 0;
+  for (const ChildListDef& list : info.children) list.reset(*this);
+  for (const PropertyDef& p : info.properties) SetPropertyNull(p);
+}
+
+}  // namespace tympora

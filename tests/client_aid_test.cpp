@@ -1,0 +1,243 @@
+#include "tympora/records/client_aid.hpp"
+
+#include "record_suite.hpp"
+#include "tympora/node/conversions.hpp"
+
+namespace tympora {
+namespace {
+using testing::ChildNamed;
+using testing::ErrorOf;
+
+testing::RecordCase ClientAidCase() {
+  return {
+      "CClientAid",
+      [] { return std::make_shared<CClientAid>(); },
+      "ClientAid",
+      [](RecordBase& r) {
+        auto& a = static_cast<CClientAid&>(r);
+        a.ManufacturerName("Sonic Works");
+        a.ManufacturerType("Maker");
+        a.ManufacturerCity("Springfield");
+        a.ManufacturerState("XY");
+        a.ManufacturerZipCode("01234");
+        a.ManufacturerCountry("Utopia");
+        a.ManufacturerPhone("555-0199");
+        a.ManufacturerEmail("info@example.org");
+        a.ManufacturerComment("Preferred");
+        a.ManufacturerDeleted(true);
+        a.AidSerialNumber("SN-0042");
+        a.AidEar("Left");
+        a.AidColor(16777215);
+        a.AidShape("BTE");
+        a.AidPicture("aid.png");
+        a.AidType("Digital");
+        a.AidBatterySize("312");
+        a.AidBatteryType("Zinc-air");
+        a.AidWarrantyDate(MakeDate(2023, 3, 4, 13, 45, 30));
+        a.AidPurchaseDate(MakeDate(2021, 3, 4));
+        a.AidClass(-2);
+        a.AidModel("Model 9");
+        a.AidManufacturer("ACME-7");
+        a.AidComment("Fits well");
+        a.AidFMType("Receiver");
+        a.AidFMModel("FM-2");
+        a.AidFMManufacturer("Radio Co");
+        a.AidFMSerialNumber("FM-77");
+        a.AidFMIsActivated(true);
+        a.AidEarmoldType("Skeleton");
+        a.AidEarmoldMaterial("Acrylic");
+        a.AidTubing("Thin");
+        a.AidVenting(" 2 mm ");
+        a.AidChannels("2+2");
+        a.ManufacturerAddress("1 Main Street");
+      },
+      {{"AidEar", "Left"},
+       {"AidSerialNumber", "SN-0042"},
+       {"HearingAidBatterySize", "312"},
+       {"HearingAidBatteryType", "Zinc-air"},
+       {"HearingAidChannels", "2+2"},
+       {"HearingAidClass", "-2"},
+       {"HearingAidColor", "16777215"},
+       {"HearingAidComment", "Fits well"},
+       {"HearingAidEarmoldMaterial", "Acrylic"},
+       {"HearingAidEarmoldType", "Skeleton"},
+       {"HearingAidFMIsActivated", "True"},
+       {"HearingAidFMManufacturer", "Radio Co"},
+       {"HearingAidFMModel", "FM-2"},
+       {"HearingAidFMSerialNumber", "FM-77"},
+       {"HearingAidFMType", "Receiver"},
+       {"HearingAidManufacturerCode", "ACME-7"},
+       {"HearingAidModel", "Model 9"},
+       {"HearingAidPicture", "aid.png"},
+       {"HearingAidPurchaseDate", "2021-03-04"},
+       {"HearingAidShape", "BTE"},
+       {"HearingAidTubing", "Thin"},
+       {"HearingAidType", "Digital"},
+       {"HearingAidVenting", " 2 mm "},
+       {"HearingAidWarrantyDate", "2023-03-04 13:45:30"},
+       {"ManufacturerAddress", "1 Main Street"},
+       {"ManufacturerCity", "Springfield"},
+       {"ManufacturerComment", "Preferred"},
+       {"ManufacturerCountry", "Utopia"},
+       {"ManufacturerDeleted", "True"},
+       {"ManufacturerEmail", "info@example.org"},
+       {"ManufacturerName", "Sonic Works"},
+       {"ManufacturerPhone", "555-0199"},
+       {"ManufacturerState", "XY"},
+       {"ManufacturerType", "Maker"},
+       {"ManufacturerZipCode", "01234"}},
+      {},
+      {"AidColor", "AidManufacturer", "AidChannels", "AidClass", "AidShape", "AidWarrantyDate",
+       "AidFMIsActivated", "HearingAidManufacturer", "HearingAidSerialNumber", "HearingAidEar",
+       "ID", "id", "TestDefinitions", "manufacturerName", "ManufacturerName "},
+  };
+}
+INSTANTIATE_RECORD_SUITE(ClientAid, ClientAidCase());
+
+StatusPtr ImportText(CClientAid& aid, const std::string& xml) {
+  DOMDocument doc = testing::Parse(xml);
+  DOMElement root = doc.documentElement();
+  return aid.ImportXMLNode(root);
+}
+
+DOMElement Exported(CClientAid& aid) {
+  DOMDocument doc;
+  EXPECT_EQ(aid.ExportXMLDocument(doc)->Number(), 0);
+  return doc.documentElement();
+}
+
+class ClientAidTest : public ::testing::Test {
+  testing::LocaleGuard locale_{"C"};
+};
+
+TEST_F(ClientAidTest, RenamedPropertiesLiveOnlyUnderTheirElementNames) {
+  CClientAid aid;
+  aid.AidColor(255);
+  aid.AidManufacturer("ACME-7");
+  const struct {
+    std::string element, property, text;
+    Variant value;
+  } rows[] = {{"HearingAidColor", "AidColor", "255", Variant(int32_t{255})},
+              {"HearingAidManufacturerCode", "AidManufacturer", "ACME-7", Variant("ACME-7")}};
+  DOMElement element = Exported(aid);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.element);
+    EXPECT_EQ(ChildNamed(element, row.element).text(), row.text);
+    EXPECT_TRUE(ChildNamed(element, row.property).IsAbsent());
+    EXPECT_EQ(aid.PropertyByName(row.element), row.value);
+    EXPECT_TRUE(aid.PropertyByName(row.property).IsEmpty());
+
+    CClientAid copy;
+    ASSERT_EQ(ImportText(copy, "<ClientAid><" + row.property + ">" + row.text + "</" +
+                                   row.property + "><" + row.element + ">" + row.text + "</" +
+                                   row.element + "></ClientAid>")
+                  ->Number(),
+              0);
+    EXPECT_EQ(copy.PropertyByName(row.element), row.value);
+    CClientAid skipped;
+    ASSERT_EQ(ImportText(skipped, "<ClientAid><" + row.property + ">" + row.text + "</" +
+                                      row.property + "></ClientAid>")
+                  ->Number(),
+              0);
+    EXPECT_TRUE(IsNullNode(ChildNamed(Exported(skipped), row.element)));
+  }
+}
+
+TEST_F(ClientAidTest, ImportOfNumbersDatesAndBooleans) {
+  const Date kBefore = MakeDate(2020, 1, 1);
+  const struct {
+    std::string element, text;
+    bool start_null;   // the property is Null before the import (else it holds a value)
+    Variant expected;  // the value afterwards, as PropertyByName reads it
+    bool expected_null;
+  } rows[] = {
+      {"HearingAidClass", "2.5", true, Variant(int32_t{2}), false},
+      {"HearingAidClass", "3.5", true, Variant(int32_t{4}), false},
+      {"HearingAidClass", "B", true, Variant(int32_t{0}), true},
+      {"HearingAidClass", "B", false, Variant(int32_t{9}), false},
+      {"HearingAidColor", " 12 ", true, Variant(int32_t{12}), false},
+      {"HearingAidPurchaseDate", "2021-03-04", true, Variant(MakeDate(2021, 3, 4)), false},
+      {"HearingAidPurchaseDate", "no date", true, Variant(Date()), true},
+      {"HearingAidPurchaseDate", "", false, Variant(kBefore), false},
+      {"HearingAidWarrantyDate", "31/31/2020", false, Variant(kBefore), false},
+      {"HearingAidFMIsActivated", "TRUE", true, Variant(true), false},
+      {"HearingAidFMIsActivated", "True", true, Variant(true), false},
+      {"HearingAidFMIsActivated", "untrue", true, Variant(true), false},
+      {"HearingAidFMIsActivated", "False", false, Variant(false), false},
+      {"HearingAidFMIsActivated", "", true, Variant(false), false},
+      {"ManufacturerDeleted", "1", false, Variant(false), false},
+      {"ManufacturerDeleted", "yes", true, Variant(false), false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.element + " <- '" + row.text + "'");
+    CClientAid aid;
+    if (!row.start_null) {
+      aid.AidClass(9);
+      aid.AidPurchaseDate(kBefore);
+      aid.AidWarrantyDate(kBefore);
+      aid.AidFMIsActivated(true);
+      aid.ManufacturerDeleted(true);
+    }
+    ASSERT_EQ(ImportText(aid, "<ClientAid><" + row.element + ">" + row.text + "</" + row.element +
+                                  "></ClientAid>")
+                  ->Number(),
+              0);
+    EXPECT_EQ(aid.PropertyByName(row.element), row.expected);
+    EXPECT_EQ(IsNullNode(ChildNamed(Exported(aid), row.element)), row.expected_null);
+  }
+}
+
+TEST_F(ClientAidTest, TestSessionsAreReadAddedAndKeyed) {
+  CClientAid aid;
+  ASSERT_EQ(ImportText(aid,
+                       "<ClientAid id='4'><TestSession id='2'/><TestSession null='true'/>"
+                       "<x:TestSession xmlns:x='urn:x' id='8'/><testSession id='9'/>"
+                       "</ClientAid>")
+                ->Number(),
+            0);
+  EXPECT_EQ(aid.ID(), 4);
+  ASSERT_EQ(aid.TestDefinitions()->Count(), 2);
+  EXPECT_EQ(aid.TestDefinitions()->Key(1), "2");
+  EXPECT_EQ(aid.TestDefinitions()->Key(2), "8");
+}
+
+TEST_F(ClientAidTest, DuplicateOrMissingSessionIdsStopTheImport) {
+  for (const std::string ids : {"", " id='3'"}) {
+    SCOPED_TRACE("id attribute:" + ids);
+    CClientAid aid;
+    StatusPtr status =
+        ImportText(aid, "<ClientAid><AidEar>L</AidEar><TestSession" + ids + "/><TestSession" + ids +
+                            "/><AidEar>R</AidEar><TestSession id='5'/></ClientAid>");
+    EXPECT_EQ(status->Number(), kErrDuplicateKey);
+    EXPECT_EQ(aid.TestDefinitions()->Count(), 1);
+    EXPECT_EQ(aid.AidEar(), "L") << "children after the failing one are not read";
+  }
+}
+
+TEST_F(ClientAidTest, AddAndResetTestDefinitions) {
+  CClientAid aid;
+  auto kept = std::make_shared<CTestDefinition>();
+  kept->ID(6);
+  kept->Comment("kept");
+  kept->AddExamination(std::make_shared<CExamination>());
+  aid.AddTestDefinition(kept);
+  auto twin = std::make_shared<CTestDefinition>();
+  twin->ID(6);
+  EXPECT_EQ(ErrorOf([&] { aid.AddTestDefinition(twin); }), kErrDuplicateKey);
+  EXPECT_EQ(ErrorOf([&] { aid.AddTestDefinition(nullptr); }), kErrObjectNotSet);
+  auto list = aid.TestDefinitions();
+  EXPECT_EQ(list, aid.TestDefinitions()) << "the live list, not a copy";
+  ASSERT_EQ(list->Count(), 1);
+  EXPECT_EQ(list->Item(1), kept);
+
+  aid.ResetTestDefinitions();
+  EXPECT_EQ(list->Count(), 0);
+  EXPECT_NE(aid.TestDefinitions(), list);
+  EXPECT_EQ(aid.TestDefinitions()->Count(), 0);
+  EXPECT_EQ(kept->ID(), 0);
+  EXPECT_EQ(kept->Comment(), "");
+  EXPECT_EQ(kept->Examinations()->Count(), 0);
+}
+
+}  // namespace
+}  // namespace tympora

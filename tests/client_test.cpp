@@ -1,0 +1,229 @@
+#include "tympora/records/client.hpp"
+
+#include "record_suite.hpp"
+#include "tympora/node/conversions.hpp"
+
+namespace tympora {
+namespace {
+using testing::ChildNamed;
+using testing::ErrorOf;
+
+testing::RecordCase ClientCase() {
+  return {
+      "CClient",
+      [] { return std::make_shared<CClient>(); },
+      "ClientOrPatient",
+      [](RecordBase& r) {
+        auto& c = static_cast<CClient&>(r);
+        c.FirstName("Ann");
+        c.LastName("Lee");
+        c.Number("007");
+        c.SocialSecurity("123-45-6789");
+        c.Picture("ann.jpg");
+        c.Gender("F");
+        c.Physician("Dr. Grey");
+        c.InsuranceAgency("Mutual");
+        c.InsurancePhone("555-0111");
+        c.InsurancePolicyNumber("P-9");
+        c.InsuranceGroupNumber("G-12");
+        c.City("Springfield");
+        c.State("XY");
+        c.ZipCode("01234");
+        c.OtherPostalCode("OPC 1");
+        c.StreetAddress("12 Elm Street");
+        c.Country("Utopia");
+        c.Phone1("555-0101");
+        c.Phone2("555-0102");
+        c.CellPhone("555-0100");
+        c.OfficePhone("555-0103");
+        c.Illness("none");
+        c.Email("ann@example.org");
+        c.Comment(" two blanks ");
+        c.Deleted(true);
+        c.HearingLoss("moderate");
+        c.BirthDate(MakeDate(1950, 7, 14));
+        c.RegistrationDate(MakeDate(1999, 12, 31));
+        c.LastEntryDate(MakeDate(2024, 1, 2, 8, 30, 0));
+        c.ReferenceNumber("R-1");
+        c.MotherName("Mia");
+        c.FatherName("Max");
+        c.MiddleName("Jo");
+      },
+      {{"StreetAddress", "12 Elm Street"},
+       {"BirthDate", "1950-07-14"},
+       {"PhoneCell", "555-0100"},
+       {"City", "Springfield"},
+       {"Comment", " two blanks "},
+       {"Country", "Utopia"},
+       {"Deleted", "True"},
+       {"Email", "ann@example.org"},
+       {"FatherName", "Max"},
+       {"FirstName", "Ann"},
+       {"Gender", "F"},
+       {"HearingLoss", "moderate"},
+       {"Illness", "none"},
+       {"InsuranceAgency", "Mutual"},
+       {"InsuranceGroupNumber", "G-12"},
+       {"InsurancePhone", "555-0111"},
+       {"InsurancePolicyNumber", "P-9"},
+       {"LastEntryDate", "2024-01-02 08:30:00"},
+       {"LastName", "Lee"},
+       {"MiddleName", "Jo"},
+       {"MotherName", "Mia"},
+       {"Number", "007"},
+       {"OfficePhone", "555-0103"},
+       {"OtherPostalCode", "OPC 1"},
+       {"Phone1", "555-0101"},
+       {"Phone2", "555-0102"},
+       {"Physician", "Dr. Grey"},
+       {"Picture", "ann.jpg"},
+       {"ReferenceNumber", "R-1"},
+       {"RegistrationDate", "1999-12-31"},
+       {"SocialSecurity", "123-45-6789"},
+       {"State", "XY"},
+       {"ZipCode", "01234"}},
+      {},
+      {"CellPhone", "ID", "id", "Aids", "Client", "firstName", "FirstName ", "Address"},
+  };
+}
+INSTANTIATE_RECORD_SUITE(Client, ClientCase());
+
+StatusPtr ImportText(CClient& client, const std::string& xml) {
+  DOMDocument doc = testing::Parse(xml);
+  DOMElement root = doc.documentElement();
+  return client.ImportXMLNode(root);
+}
+
+DOMElement Exported(CClient& client) {
+  DOMDocument doc;
+  EXPECT_EQ(client.ExportXMLDocument(doc)->Number(), 0);
+  return doc.documentElement();
+}
+
+class ClientTest : public ::testing::Test {
+  testing::LocaleGuard locale_{"C"};
+};
+
+TEST_F(ClientTest, CellPhoneLivesOnlyUnderPhoneCell) {
+  CClient client;
+  client.CellPhone("555-0100");
+  DOMElement element = Exported(client);
+  EXPECT_EQ(ChildNamed(element, "PhoneCell").text(), "555-0100");
+  EXPECT_TRUE(ChildNamed(element, "CellPhone").IsAbsent());
+  EXPECT_EQ(client.PropertyByName("PhoneCell"), Variant("555-0100"));
+  EXPECT_TRUE(client.PropertyByName("CellPhone").IsEmpty());
+
+  CClient copy;
+  ASSERT_EQ(ImportText(copy,
+                       "<C><CellPhone>1</CellPhone><PhoneCell>2</PhoneCell>"
+                       "<CellPhone>3</CellPhone></C>")
+                ->Number(),
+            0);
+  EXPECT_EQ(copy.CellPhone(), "2");
+}
+
+TEST_F(ClientTest, EmptyTextIsNotNull) {
+  CClient client, copy;
+  client.FirstName("");
+  DOMElement element = Exported(client);
+  DOMNode first = ChildNamed(element, "FirstName");
+  EXPECT_EQ(first.attributes().length(), 0);
+  EXPECT_EQ(first.childNodes().length(), 0);
+  EXPECT_TRUE(IsNullNode(ChildNamed(element, "LastName")));
+
+  ASSERT_EQ(copy.ImportXMLNode(element)->Number(), 0);
+  EXPECT_EQ(ChildNamed(Exported(copy), "FirstName").attributes().length(), 0);
+}
+
+TEST_F(ClientTest, ImportOfDatesAndTheDeletedMark) {
+  const Date kBefore = MakeDate(2001, 2, 3);
+  const struct {
+    std::string element, text;
+    bool start_null;
+    Variant expected;
+    bool expected_null;
+  } rows[] = {
+      {"BirthDate", "1950-07-14", true, Variant(MakeDate(1950, 7, 14)), false},
+      {"BirthDate", "no date", true, Variant(Date()), true},
+      {"RegistrationDate", "", false, Variant(kBefore), false},
+      {"LastEntryDate", "2024-01-02 08:30:00", true, Variant(MakeDate(2024, 1, 2, 8, 30)), false},
+      {"Deleted", "True", true, Variant(true), false},
+      {"Deleted", "TRUE", true, Variant(true), false},
+      {"Deleted", " true ", true, Variant(true), false},
+      {"Deleted", "False", false, Variant(false), false},
+      {"Deleted", "", false, Variant(false), false},
+      {"Deleted", "1", false, Variant(false), false},
+      {"Number", "0.50", true, Variant("0.50"), false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.element + " <- '" + row.text + "'");
+    CClient client;
+    if (!row.start_null) {
+      client.RegistrationDate(kBefore);
+      client.Deleted(true);
+    }
+    ASSERT_EQ(
+        ImportText(client, "<C><" + row.element + ">" + row.text + "</" + row.element + "></C>")
+            ->Number(),
+        0);
+    EXPECT_EQ(client.PropertyByName(row.element), row.expected);
+    EXPECT_EQ(IsNullNode(ChildNamed(Exported(client), row.element)), row.expected_null);
+  }
+}
+
+TEST_F(ClientTest, DeletedByNameTakesBooleanText) {
+  CClient client;
+  client.PropertyByName("Deleted", Variant("True"));
+  EXPECT_TRUE(client.Deleted());
+  EXPECT_EQ(ErrorOf([&] { client.PropertyByName("Deleted", Variant("yes")); }), kErrTypeMismatch);
+  EXPECT_TRUE(client.Deleted());
+}
+
+TEST_F(ClientTest, AidsImportAndStopAtADuplicateKey) {
+  CClient client;
+  ASSERT_EQ(ImportText(client,
+                       "<C><ClientAid id='3'/><ClientAid null='true'/><clientAid id='4'/>"
+                       "<y:ClientAid xmlns:y='urn:y' id='-1'/></C>")
+                ->Number(),
+            0);
+  ASSERT_EQ(client.Aids()->Count(), 2);
+  EXPECT_EQ(client.Aids()->Key(1), "3");
+  EXPECT_EQ(client.Aids()->Key(2), "-1");
+
+  for (const std::string ids : {"", " id='2'"}) {
+    SCOPED_TRACE("id attribute:" + ids);
+    CClient fresh;
+    StatusPtr status =
+        ImportText(fresh, "<C><FirstName>A</FirstName><ClientAid" + ids + "/><ClientAid" + ids +
+                              "/><FirstName>B</FirstName></C>");
+    EXPECT_EQ(status->Number(), kErrDuplicateKey);
+    EXPECT_EQ(fresh.Aids()->Count(), 1);
+    EXPECT_EQ(fresh.FirstName(), "A") << "children after the failing one are not read";
+  }
+}
+
+TEST_F(ClientTest, AddAndResetAids) {
+  CClient client;
+  auto kept = std::make_shared<CClientAid>();
+  kept->ID(3);
+  kept->AidModel("kept");
+  kept->AddTestDefinition(std::make_shared<CTestDefinition>());
+  client.AddAid(kept);
+  auto twin = std::make_shared<CClientAid>();
+  twin->ID(3);
+  EXPECT_EQ(ErrorOf([&] { client.AddAid(twin); }), kErrDuplicateKey);
+  EXPECT_EQ(ErrorOf([&] { client.AddAid(nullptr); }), kErrObjectNotSet);
+  auto list = client.Aids();
+  EXPECT_EQ(list, client.Aids());
+  ASSERT_EQ(list->Count(), 1);
+
+  client.ResetAids();
+  EXPECT_EQ(list->Count(), 0);
+  EXPECT_NE(client.Aids(), list);
+  EXPECT_EQ(kept->ID(), 0);
+  EXPECT_EQ(kept->AidModel(), "");
+  EXPECT_EQ(kept->TestDefinitions()->Count(), 0);
+}
+
+}  // namespace
+}  // namespace tympora

@@ -1,0 +1,173 @@
+// The C interface: bad handles and arguments, ownership of variants, the
+// entry points, the live-object count, and use from several threads.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tympora/node/object.hpp"
+#include "tympora/tympora.h"
+
+namespace {
+
+// A variant that clears itself.
+struct Value {
+  tympora_variant v{};
+  ~Value() { tympora_variant_clear(&v); }
+};
+
+// A handle that releases itself.
+struct Handle {
+  tympora_object* p = nullptr;
+  ~Handle() { tympora_object_release(p); }
+};
+
+TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
+  Handle curve;
+  ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
+  Value arg, result;
+  arg.v.kind = 42;
+  struct Case {
+    const char* what;
+    int32_t got;
+    int32_t want;
+  };
+  tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
+  const Case cases[] = {
+      {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
+      {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
+       5},
+      {"bad kind", tympora_invoke(curve.p, "ID", 3, nullptr, 0, nullptr), 5},
+      {"negative count", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, &arg.v, -1, nullptr),
+       5},
+      {"NULL arguments", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYPUT, nullptr, 1, nullptr),
+       5},
+      {"unknown variant kind",
+       tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYPUT, &arg.v, 1, nullptr), 5},
+      {"unknown member", tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, &result.v),
+       438},
+      {"wrong count", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, &result.v, 1, nullptr),
+       450},
+      {"NULL class name", tympora_create_object(nullptr, &out), 5},
+      {"CNode", tympora_create_object("Tympora.CNode", &out), 429},
+      {"NULL out", tympora_create_object("Tympora.CCurve", nullptr), 5},
+      {"query NULL", tympora_query_interface(nullptr, "_CNode", &out), 91},
+      {"query missing", tympora_query_interface(curve.p, "_CStatus", &out), 430},
+      {"NULL factory", tympora_factory_create(nullptr, &out), 91},
+      {"NULL variant", tympora_variant_set_string(nullptr, "x"), 5},
+      {"NULL document out", tympora_create_document(nullptr), 5},
+  };
+  for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
+  // The last error stays readable until the next call; a success clears it.
+  EXPECT_EQ(tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, nullptr), 438);
+  EXPECT_EQ(tympora_error_number(), 438);
+  EXPECT_NE(std::string(tympora_error_description()).find("_CCurve.Nope"), std::string::npos);
+  EXPECT_STREQ(tympora_error_source(), "Tympora");
+  EXPECT_EQ(tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 0);
+  EXPECT_EQ(tympora_error_number(), 0);
+  EXPECT_STREQ(tympora_interface_name(nullptr), "");
+  tympora_variant_clear(nullptr);
+  tympora_object_release(nullptr);
+  tympora_factory_release(nullptr);
+}
+
+TEST(CApiTest, ValuesKeepTheirKindsAndByReferenceArgumentsComeBack) {
+  Handle client;
+  ASSERT_EQ(tympora_create_object("Tympora.CClient", &client.p), 0);
+  EXPECT_STREQ(tympora_interface_name(client.p), "_CClient");
+  Value text, date, flag, got;
+  tympora_variant_set_string(&text.v, "Z\xc3\xbcrich");
+  date.v.kind = TYMPORA_DATE;
+  date.v.value.date = 36526.75;
+  flag.v.kind = TYMPORA_BOOL;
+  flag.v.value.boolean = 7;  // any non-zero value is true
+  ASSERT_EQ(tympora_invoke(client.p, "City", TYMPORA_PROPERTYPUT, &text.v, 1, nullptr), 0);
+  ASSERT_EQ(tympora_invoke(client.p, "City", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  ASSERT_EQ(got.v.kind, TYMPORA_STRING);
+  EXPECT_STREQ(got.v.value.string, "Z\xc3\xbcrich");
+  EXPECT_NE(got.v.value.string, text.v.value.string);  // a copy the caller owns
+  ASSERT_EQ(tympora_invoke(client.p, "BirthDate", TYMPORA_PROPERTYPUT, &date.v, 1, nullptr), 0);
+  ASSERT_EQ(tympora_invoke(client.p, "BirthDate", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  EXPECT_EQ(got.v.kind, TYMPORA_DATE);
+  EXPECT_EQ(got.v.value.date, 36526.75);
+  ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYPUT, &flag.v, 1, nullptr), 0);
+  ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  EXPECT_EQ(got.v.kind, TYMPORA_BOOL);
+  EXPECT_EQ(got.v.value.boolean, 1);
+
+  Handle node;
+  ASSERT_EQ(tympora_query_interface(client.p, "_CNode", &node.p), 0);
+  Value document;  // Empty: the export creates the document and hands it back
+  ASSERT_EQ(tympora_invoke(node.p, "ExportXMLDocument", TYMPORA_METHOD, &document.v, 1, &got.v), 0);
+  ASSERT_EQ(document.v.kind, TYMPORA_OBJECT);
+  EXPECT_STREQ(tympora_interface_name(document.v.value.object), "DOMDocument");
+  ASSERT_EQ(tympora_invoke(document.v.value.object, "xml", TYMPORA_PROPERTYGET, nullptr, 0, &got.v),
+            0);
+  EXPECT_NE(std::strstr(got.v.value.string, "<City>Z\xc3\xbcrich</City>"), nullptr);
+
+  char* description = tympora_describe();
+  ASSERT_NE(description, nullptr);
+  EXPECT_NE(std::strstr(description, "interface _CNode "), nullptr);
+  tympora_free(description);
+}
+
+TEST(CApiTest, EntryPointsAndTheLiveObjectCount) {
+  void* factory = reinterpret_cast<void*>(1);
+  EXPECT_EQ(DllGetClassObject(nullptr, nullptr, &factory), TYMPORA_E_INVALIDARG);
+  EXPECT_EQ(factory, nullptr);
+  EXPECT_EQ(DllGetClassObject("Tympora.CClients", nullptr, nullptr), TYMPORA_E_INVALIDARG);
+  EXPECT_EQ(DllGetClassObject("Tympora.CNode", nullptr, &factory), TYMPORA_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(DllGetClassObject("Tympora.CClients", "IStream", &factory), TYMPORA_E_NOINTERFACE);
+  EXPECT_EQ(factory, nullptr);
+
+  const long before = tympora::Object::LiveCount();
+  ASSERT_EQ(DllGetClassObject("{F19A97FA-16B9-4C95-86AC-5F6C8D443D56}", "IClassFactory", &factory),
+            TYMPORA_S_OK);
+  EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);  // a factory alone keeps the library
+  Handle clients;
+  ASSERT_EQ(tympora_factory_create(static_cast<tympora_factory*>(factory), &clients.p), 0);
+  EXPECT_STREQ(tympora_interface_name(clients.p), "_CClients");
+  tympora_factory_release(static_cast<tympora_factory*>(factory));
+  Value held;
+  tympora_variant_set_object(&held.v, clients.p);
+  tympora_object_release(clients.p);
+  clients.p = nullptr;
+  EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);  // the variant still holds the list
+  tympora_variant_clear(&held.v);
+  EXPECT_EQ(tympora::Object::LiveCount(), before);
+  if (before == 0) {
+    EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_OK);
+  }
+}
+
+TEST(CApiTest, ThreadsWorkOnTheirOwnObjectsAndErrors) {
+  const long before = tympora::Object::LiveCount();
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &failures] {
+      for (int i = 0; i < 50; ++i) {
+        tympora_object* point = nullptr;
+        Value v;
+        v.v.kind = TYMPORA_INT32;
+        v.v.value.int32 = t * 1000 + i;
+        failures[t] += tympora_create_object("Tympora.CCurveDatum", &point) != 0;
+        failures[t] += tympora_invoke(point, "Frequency", TYMPORA_PROPERTYPUT, &v.v, 1, nullptr);
+        failures[t] += tympora_invoke(point, "Frequency", TYMPORA_PROPERTYGET, nullptr, 0, &v.v);
+        failures[t] += v.v.value.int32 != t * 1000 + i;
+        failures[t] += tympora_invoke(point, "Bad", TYMPORA_METHOD, nullptr, 0, nullptr) != 438;
+        failures[t] += tympora_error_number() != 438;
+        tympora_object_release(point);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < 4; ++t) EXPECT_EQ(failures[t], 0) << "thread " << t;
+  EXPECT_EQ(tympora::Object::LiveCount(), before);
+}
+
+}  // namespace

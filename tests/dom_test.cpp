@@ -1,0 +1,540 @@
+#include "tympora/node/dom.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tympora/node/error.hpp"
+
+namespace tympora {
+namespace {
+
+// The tympora::Error that `f` raises, if any.
+std::optional<Error> Raised(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return e;
+  }
+  return std::nullopt;
+}
+
+int32_t ErrorOf(const std::function<void()>& f) {
+  const std::optional<Error> e = Raised(f);
+  return e ? e->Number() : 0;
+}
+
+DOMDocument Parsed(std::string_view text, bool preserve = false) {
+  DOMDocument d = DOMDocument::New();
+  d.preserveWhiteSpace(preserve);
+  EXPECT_TRUE(d.loadXML(text)) << d.parseError().reason;
+  return d;
+}
+
+std::string TempFile(const std::string& name, std::string_view bytes) {
+  const std::string path = ::testing::TempDir() + "dom_test_" + name;
+  std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
+  return path;
+}
+
+void ExpectEmpty(const DOMDocument& d) {
+  EXPECT_EQ(d.childNodes().length(), 0);
+  EXPECT_TRUE(d.documentElement().IsAbsent());
+  EXPECT_EQ(d.xml(), "");
+}
+
+TEST(DomTest, NewDocumentHasDefaultsAndNoContent) {
+  DOMDocument d = DOMDocument::New();
+  EXPECT_TRUE(d.async());
+  EXPECT_TRUE(d.validateOnParse());
+  EXPECT_TRUE(d.resolveExternals());
+  EXPECT_FALSE(d.preserveWhiteSpace());
+  ExpectEmpty(d);
+  EXPECT_EQ(d.parseError().errorCode, 0);
+}
+
+TEST(DomTest, AbsentHandlesRaise91) {
+  const DOMNode node;
+  const DOMDocument doc;
+  const DOMNodeList list;
+  const DOMNamedNodeMap map;
+  DOMDocument live = DOMDocument::New();
+  const std::vector<std::pair<const char*, std::function<void()>>> cases = {
+      {"nodeName", [&] { node.nodeName(); }},
+      {"text", [&] { node.text(); }},
+      {"childNodes", [&] { node.childNodes(); }},
+      {"xml", [&] { node.xml(); }},
+      {"document xml", [&] { doc.xml(); }},
+      {"document preserveWhiteSpace", [&] { doc.preserveWhiteSpace(); }},
+      {"document createElement", [&] { DOMDocument(doc).createElement("a"); }},
+      {"list length", [&] { list.length(); }},
+      {"list item", [&] { list.item(0); }},
+      {"map length", [&] { map.length(); }},
+      {"map getNamedItem", [&] { map.getNamedItem("a"); }},
+      {"append absent child", [&] { live.appendChild(DOMNode()); }},
+      {"attributes of a text node", [&] { live.createTextNode("t").attributes().length(); }},
+  };
+  for (const auto& [name, f] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(ErrorOf(f), kErrObjectNotSet);
+  }
+}
+
+TEST(DomTest, SecondRootIsRefusedAndDocumentUnchanged) {
+  DOMDocument d = DOMDocument::New();
+  d.appendChild(d.createProcessingInstruction("xml", "version='1.0'"));
+  d.appendChild(d.createElement("First"));
+  const std::string before = d.xml();
+  const DOMElement second = d.createElement("Second");
+  const std::optional<Error> e = Raised([&] { d.appendChild(second); });
+  ASSERT_TRUE(e);
+  EXPECT_EQ(e->Number(), kDomErrSecondRoot);
+  EXPECT_EQ(e->Source(), kDomSource);
+  EXPECT_EQ(e->Description(), DomErrorText(kDomErrSecondRoot));
+  EXPECT_EQ(d.xml(), before);
+  EXPECT_EQ(d.childNodes().length(), 2);
+  EXPECT_TRUE(second.parentNode().IsAbsent());
+  d.documentElement().appendChild(second);  // still usable elsewhere
+  EXPECT_EQ(d.xml(), "<?xml version='1.0'?>\r\n<First><Second/></First>\r\n");
+}
+
+TEST(DomTest, AppendChildRefusals) {
+  DOMDocument d = DOMDocument::New();
+  DOMDocument other = DOMDocument::New();
+  DOMElement root = d.appendChild(d.createElement("r"));
+  DOMElement a = d.createElement("a");
+  DOMElement b = a.appendChild(d.createElement("b"));
+  root.setAttribute("k", "v");
+  const std::vector<std::tuple<const char*, int32_t, std::function<void()>>> cases = {
+      {"text at the top", kDomErrHierarchy, [&] { d.appendChild(d.createTextNode("x")); }},
+      {"node of another document", kDomErrWrongDocument,
+       [&] { root.appendChild(other.createElement("x")); }},
+      {"node that has a parent", kDomErrHierarchy, [&] { root.appendChild(b); }},
+      {"node below its own child", kDomErrHierarchy, [&] { b.appendChild(a); }},
+      {"node below itself", kDomErrHierarchy, [&] { a.appendChild(a); }},
+      {"child of a text node", kDomErrHierarchy,
+       [&] { d.createTextNode("t").appendChild(d.createElement("x")); }},
+      {"attribute as child", kDomErrHierarchy,
+       [&] { a.appendChild(root.attributes().getNamedItem("k")); }},
+      {"declaration after content", kDomErrHierarchy,
+       [&] { d.appendChild(d.createProcessingInstruction("xml", "version='1.0'")); }},
+      {"declaration in an element", kDomErrHierarchy,
+       [&] { a.appendChild(d.createProcessingInstruction("xml", "version='1.0'")); }},
+      {"document as child", kDomErrHierarchy, [&] { a.appendChild(d.AsNode()); }},
+  };
+  for (const auto& [name, number, f] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(ErrorOf(f), number);
+  }
+  EXPECT_EQ(d.xml(), "<r k=\"v\"/>\r\n");
+}
+
+TEST(DomTest, DetachedNodesNeverShow) {
+  DOMDocument d = DOMDocument::New();
+  DOMElement loose = d.createElement("loose");
+  loose.text("hidden");
+  d.createComment("c");
+  ExpectEmpty(d);
+  EXPECT_TRUE(loose.parentNode().IsAbsent());
+  DOMElement root = d.appendChild(d.createElement("root"));
+  root.appendChild(d.createTextNode("shown"));
+  EXPECT_EQ(d.documentElement(), root);
+  EXPECT_EQ(d.childNodes().length(), 1);
+  EXPECT_EQ(d.childNodes().item(0), root);
+  EXPECT_EQ(root.parentNode(), d.AsNode());
+  EXPECT_EQ(d.AsNode().text(), "shown");
+  EXPECT_EQ(d.xml(), "<root>shown</root>\r\n");
+}
+
+TEST(DomTest, NamesTypesAndValues) {
+  DOMDocument d = Parsed(
+      "<?xml version='1.0'?><!--note--><ns:Curve ns:id='7' plain='p'>t<![CDATA[c]]><?pi data?>"
+      "</ns:Curve>");
+  DOMElement curve = d.documentElement();
+  struct Case {
+    const char* what;
+    DOMNode node;
+    DOMNodeType type;
+    const char* name;
+    const char* base;
+    Variant value;
+  };
+  const Case cases[] = {
+      {"document", d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
+      {"declaration", d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml",
+       "version=\"1.0\""},
+      {"comment", d.childNodes().item(1), DOMNodeType::Comment, "#comment", "", "note"},
+      {"element", curve, DOMNodeType::Element, "ns:Curve", "Curve", kNull},
+      {"prefixed attribute", curve.attributes().item(0), DOMNodeType::Attribute, "ns:id", "id",
+       "7"},
+      {"attribute", curve.attributes().getNamedItem("plain"), DOMNodeType::Attribute, "plain",
+       "plain", "p"},
+      {"text", curve.firstChild(), DOMNodeType::Text, "#text", "", "t"},
+      {"cdata", curve.childNodes().item(1), DOMNodeType::CData, "#cdata-section", "", "c"},
+      {"pi", curve.childNodes().item(2), DOMNodeType::ProcessingInstruction, "pi", "pi", "data"},
+      {"created pi", d.createProcessingInstruction("xml", "version='1.0'"),
+       DOMNodeType::ProcessingInstruction, "xml", "xml", "version='1.0'"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_FALSE(c.node.IsAbsent());
+    EXPECT_EQ(c.node.nodeType(), c.type);
+    EXPECT_EQ(c.node.nodeName(), c.name);
+    EXPECT_EQ(c.node.baseName(), c.base);
+    EXPECT_EQ(c.node.nodeValue(), c.value);
+  }
+}
+
+TEST(DomTest, TextResolvesReferencesAndConcatenates) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"<a>&amp;&#233;</a>", "&\xC3\xA9"},
+      {"<a>&lt;&gt;&quot;&apos;&#x1F600;</a>", "<>\"'\xF0\x9F\x98\x80"},
+      {"<a>x<b>y<!--no--></b><![CDATA[<z>]]>w</a>", "xy<z>w"},
+      {"<a><b/></a>", ""},
+  };
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(Parsed(text).documentElement().text(), expected);
+  }
+}
+
+TEST(DomTest, TextSetReplacesChildrenAndOldHandlesStayValid) {
+  DOMDocument d = Parsed("<a>x<b>y</b></a>");
+  DOMElement a = d.documentElement();
+  const DOMNode b = a.childNodes().item(1);  // warms the child cursor of a
+  a.text("new");
+  EXPECT_EQ(a.childNodes().length(), 1);
+  EXPECT_TRUE(a.childNodes().item(1).IsAbsent());
+  EXPECT_EQ(a.xml(), "<a>new</a>");
+  EXPECT_EQ(b.text(), "y");  // removed, not freed
+  EXPECT_TRUE(b.parentNode().IsAbsent());
+  a.text("");
+  EXPECT_EQ(a.childNodes().length(), 0);
+  EXPECT_EQ(a.xml(), "<a/>");
+}
+
+TEST(DomTest, WhitespaceOnlyTextNodes) {
+  struct Case {
+    const char* text;
+    bool preserve;
+    const char* xml;
+  };
+  const Case cases[] = {
+      {"<Name>   </Name>", false, "<Name/>\r\n"},
+      {"<Name>   </Name>", true, "<Name>   </Name>\r\n"},
+      {"<a>\r\n<b/>\t\n</a>", false, "<a><b/></a>\r\n"},
+      {"<a>\r\n<b/>\t\n</a>", true, "<a>\n<b/>\t\n</a>\r\n"},
+      {"<a>&#13;</a>", false, "<a/>\r\n"},
+      {"<a> x </a>", false, "<a> x </a>\r\n"},
+      {"<a><![CDATA[ ]]></a>", false, "<a><![CDATA[ ]]></a>\r\n"},
+      {" \r\n<a/>\r\n ", true, "<a/>\r\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    SCOPED_TRACE(c.preserve);
+    EXPECT_EQ(Parsed(c.text, c.preserve).xml(), c.xml);
+  }
+}
+
+TEST(DomTest, SerialisedForms) {
+  DOMDocument d = DOMDocument::New();
+  DOMElement e = d.createElement("e");
+  e.setAttribute("v", "&<>\"'\t\n\r");
+  DOMElement t = d.createElement("t");
+  t.appendChild(d.createTextNode("&<>\"'\t\n\r]]>"));
+  const std::pair<std::string, std::string> cases[] = {
+      {e.xml(), "<e v=\"&amp;&lt;>&quot;'&#9;&#10;&#13;\"/>"},
+      {t.xml(), "<t>&amp;&lt;&gt;\"'\t\n&#13;]]&gt;</t>"},
+      {d.createComment(" c ").xml(), "<!-- c -->"},
+      {d.createProcessingInstruction("xml", "version='1.0'").xml(), "<?xml version='1.0'?>"},
+      {d.createProcessingInstruction("go", "").xml(), "<?go?>"},
+      {Parsed("<?xml version='1.0' encoding='windows-1252'?><a/>").xml(),
+       "<?xml version=\"1.0\"?>\r\n<a/>\r\n"},
+      {Parsed("<a><![CDATA[x]]]]><![CDATA[>y]]></a>").xml(),
+       "<a><![CDATA[x]]]]><![CDATA[>y]]></a>\r\n"},
+      {Parsed("<a/><!--after-->").xml(), "<a/>\r\n<!--after-->\r\n"},
+  };
+  for (const auto& [got, expected] : cases) {
+    SCOPED_TRACE(expected);
+    EXPECT_EQ(got, expected);
+  }
+}
+
+TEST(DomTest, TrickyTextRoundTripsExactly) {
+  const char* cases[] = {
+      "a\tb",
+      "cr\rhere",
+      "crlf\r\nthere",
+      "lf\nalone",
+      "  lead and trail  ",
+      "<&>\"' ]]>",
+      "\xC3\xA9t\xC3\xA9 \xE2\x82\xAC",
+      "\xF0\x9D\x84\x9E clef",
+      "\r\n",
+      " ",
+  };
+  for (const char* text : cases) {
+    SCOPED_TRACE(text);
+    DOMDocument d = DOMDocument::New();
+    DOMElement root = d.appendChild(d.createElement("r"));
+    root.setAttribute("a", text);
+    root.text(text);
+    DOMDocument back = Parsed(d.xml(), true);
+    EXPECT_EQ(back.documentElement().text(), text);
+    EXPECT_EQ(back.documentElement().attributes().getNamedItem("a").text(), text);
+  }
+}
+
+TEST(DomTest, ForbiddenCharactersRaise1002AndChangeNothing) {
+  const std::pair<const char*, std::string> bad[] = {
+      {"U+0001", "a\x01"},
+      {"U+FFFF", "a\xEF\xBF\xBF"},
+      {"NUL", std::string("a\0b", 3)},
+      {"byte 0xFF", "a\xFF"},
+      {"lone continuation", "\x80"},
+      {"overlong", "\xC0\xAF"},
+      {"surrogate", "\xED\xA0\x80"},
+      {"truncated", "\xE2\x82"},
+      {"above U+10FFFF", "\xF4\x90\x80\x80"},
+  };
+  DOMDocument d = DOMDocument::New();
+  DOMElement root = d.appendChild(d.createElement("r"));
+  root.text("keep");
+  root.setAttribute("k", "keep");
+  for (const auto& [what, text] : bad) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(ErrorOf([&] { d.createTextNode(text); }), kDomErrInvalidChar);
+    EXPECT_EQ(ErrorOf([&] { d.createComment(text); }), kDomErrInvalidChar);
+    EXPECT_EQ(ErrorOf([&] { root.text(text); }), kDomErrInvalidChar);
+    EXPECT_EQ(ErrorOf([&] { root.setAttribute("k", text); }), kDomErrInvalidChar);
+    EXPECT_EQ(ErrorOf([&] { root.setAttribute("n", text); }), kDomErrInvalidChar);
+  }
+  EXPECT_EQ(d.xml(), "<r k=\"keep\">keep</r>\r\n");
+  // Allowed limits pass.
+  EXPECT_NO_THROW(root.text("\t\xEF\xBF\xBD\xF4\x8F\xBF\xBF\xEE\x80\x80\xED\x9F\xBF"));
+  // A parse may bring in a forbidden character; writing it is refused.
+  DOMDocument parsed = Parsed("<a x='&#1;'>&#x1;</a>");
+  EXPECT_EQ(ErrorOf([&] { parsed.xml(); }), kDomErrInvalidChar);
+  const auto attr = parsed.documentElement().attributes().item(0);
+  EXPECT_NE(Raised([&] { attr.xml(); }).value().Description().find("U+0001"), std::string::npos);
+  EXPECT_NE(Raised([&] { d.createTextNode("a\xFF"); })
+                .value()
+                .Description()
+                .find("0xFF at byte offset 1"),
+            std::string::npos);
+}
+
+TEST(DomTest, NamesAreChecked) {
+  DOMDocument d = DOMDocument::New();
+  DOMElement e = d.createElement("e");
+  for (const char* bad : {"", "1a", "a b", "a>", "-x", "\xC3", "x\xE2\x80\x8B"}) {
+    SCOPED_TRACE(bad);
+    EXPECT_EQ(ErrorOf([&] { d.createElement(bad); }), kDomErrInvalidName);
+    EXPECT_EQ(ErrorOf([&] { e.setAttribute(bad, "v"); }), kDomErrInvalidName);
+    EXPECT_EQ(ErrorOf([&] { d.createProcessingInstruction(bad, "d"); }), kDomErrInvalidName);
+  }
+  for (const char* good : {"ns:Curve", "_x", "\xC3\xA9l\xC3\xA9ment", "a-1.b\xC2\xB7"}) {
+    SCOPED_TRACE(good);
+    EXPECT_EQ(ErrorOf([&] { d.createElement(good); }), 0);
+    EXPECT_EQ(ErrorOf([&] { e.setAttribute(good, "v"); }), 0);
+  }
+  EXPECT_EQ(ErrorOf([&] { d.createProcessingInstruction("XML", "v"); }), kDomErrInvalidName);
+}
+
+TEST(DomTest, ParseErrorsAreLocatedAndLeaveTheDocumentEmpty) {
+  struct Case {
+    std::string text;
+    int32_t line, linepos;
+    int64_t filepos;
+  };
+  const Case cases[] = {
+      {"<a/>\n<b/>", 2, 1, 5},
+      {"<a>\r\n  <b></c></a>", 2, 8, 12},
+      {"<a/>\r\n\r\nx", 1, 5, 4},
+      {" <?xml version='1.0'?><a/>", 1, 2, 1},
+      {"<?xml version='1.0'?>", 1, 22, 21},
+      {"", 1, 1, 0},
+      {std::string("<a>\0</a>", 8), 1, 4, 3},
+      {"<a>\xFF</a>", 0, 0, 0},  // not UTF-8, read as Windows-1252: parses
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    DOMDocument d = Parsed("<old/>");
+    const bool ok = d.loadXML(c.text);
+    const DOMParseError& e = d.parseError();
+    if (c.line == 0) {
+      EXPECT_TRUE(ok);
+      EXPECT_EQ(e.errorCode, 0);
+      continue;
+    }
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(e.errorCode, kDomErrParse);
+    EXPECT_FALSE(e.reason.empty());
+    EXPECT_EQ(e.line, c.line);
+    EXPECT_EQ(e.linepos, c.linepos);
+    EXPECT_EQ(e.filepos, c.filepos);
+    ExpectEmpty(d);
+  }
+}
+
+TEST(DomTest, NoDtdOrExternalEntityIsRead) {
+  const std::string secret = TempFile("secret.txt", "TOP-SECRET-CONTENT");
+  const std::string cases[] = {
+      "<!DOCTYPE x SYSTEM \"file://" + secret + "\"><x>a</x>",
+      "<!DOCTYPE x [<!ENTITY e SYSTEM \"file://" + secret + "\">]><x>&e;</x>",
+      "<!DOCTYPE x [<!ENTITY % p SYSTEM \"file://" + secret + "\"> %p;]><x>b</x>",
+  };
+  for (const std::string& text : cases) {
+    SCOPED_TRACE(text);
+    DOMDocument d = DOMDocument::New();
+    d.loadXML(text);
+    EXPECT_EQ(d.xml().find("TOP-SECRET"), std::string::npos);
+    EXPECT_TRUE(d.load(TempFile("xxe.xml", text)));
+    EXPECT_EQ(d.AsNode().text().find("TOP-SECRET"), std::string::npos);
+  }
+  std::string bomb = "<!DOCTYPE b [<!ENTITY l0 \"lollollollollol\">";
+  for (int i = 1; i < 10; ++i) {
+    const std::string prev = "&l" + std::to_string(i - 1) + ";";
+    bomb += "<!ENTITY l" + std::to_string(i) + " \"" + prev + prev + prev + prev + prev + "\">";
+  }
+  bomb += "]><b>&l9;</b>";
+  DOMDocument d = Parsed(bomb);
+  EXPECT_LT(d.documentElement().text().size(), 16u);
+  EXPECT_LT(d.xml().size(), 64u);
+}
+
+TEST(DomTest, DocumentEncodingsDecode) {
+  const std::string u16le("\xFF\xFE<\0a\0>\0\xE9\0\x3D\xD8\x00\xDE<\0/\0a\0>\0", 22);
+  const std::string u16be("\xFE\xFF\0<\0a\0>\0\xE9\xD8\x3D\xDE\x00\0<\0/\0a\0>", 22);
+  const std::pair<std::string, std::string> cases[] = {
+      {"\xEF\xBB\xBF<a>\xC3\xA9</a>", "\xC3\xA9"},
+      {u16le, "\xC3\xA9\xF0\x9F\x98\x80"},
+      {u16be, "\xC3\xA9\xF0\x9F\x98\x80"},
+      {"<?xml version=\"1.0\" encoding=\"Windows-1252\"?><a>\x80\x93\xE9</a>",
+       "\xE2\x82\xAC\xE2\x80\x9C\xC3\xA9"},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\x80\xE9</a>", "\xC2\x80\xC3\xA9"},
+      {"<a>\x93quoted\x94 caf\xE9</a>", "\xE2\x80\x9Cquoted\xE2\x80\x9D caf\xC3\xA9"},
+  };
+  for (const auto& [bytes, text] : cases) {
+    SCOPED_TRACE(bytes);
+    DOMDocument d = DOMDocument::New();
+    ASSERT_TRUE(d.load(TempFile("enc.xml", bytes))) << d.parseError().reason;
+    EXPECT_EQ(d.documentElement().text(), text);
+    ASSERT_TRUE(d.loadXML(bytes)) << d.parseError().reason;
+    EXPECT_EQ(d.documentElement().text(), text);
+  }
+  DOMDocument d = DOMDocument::New();
+  EXPECT_FALSE(d.loadXML("<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>"));
+}
+
+TEST(DomTest, UnreadableFileIsAParseError) {
+  for (const std::string& path : {::testing::TempDir() + "dom_test_missing.xml", std::string()}) {
+    SCOPED_TRACE(path);
+    DOMDocument d = Parsed("<old/>");
+    EXPECT_FALSE(d.load(path));
+    EXPECT_NE(d.parseError().errorCode, 0);
+    EXPECT_NE(d.parseError().reason.find("No such file"), std::string::npos);
+    EXPECT_EQ(d.parseError().line, 0);
+    ExpectEmpty(d);
+  }
+}
+
+TEST(DomTest, NodeHandlesKeepTheirTreeAlive) {
+  DOMElement kept;
+  DOMNode old_root;
+  {
+    DOMDocument d = Parsed("<a><b>x</b></a>");
+    kept = d.documentElement().firstChild();
+    old_root = d.documentElement();
+    ASSERT_TRUE(d.loadXML("<new/>"));  // the old tree stays for the handles
+    EXPECT_EQ(d.xml(), "<new/>\r\n");
+    EXPECT_EQ(ErrorOf([&] { d.documentElement().appendChild(old_root); }), kDomErrWrongDocument);
+  }
+  EXPECT_EQ(kept.xml(), "<b>x</b>");
+  EXPECT_EQ(kept.parentNode(), old_root);
+  kept.text("y");
+  EXPECT_EQ(old_root.text(), "y");
+}
+
+// Writing, reading text and stripping blanks walk without recursion.
+TEST(DomTest, DeepNestingIsHandled) {
+  constexpr int kDepth = 200'000;
+  std::string text;
+  for (int i = 0; i < kDepth; ++i) text += "<a> ";
+  text += "x";
+  for (int i = 0; i < kDepth; ++i) text += "</a>";
+  DOMDocument d = Parsed(text);
+  EXPECT_EQ(d.documentElement().text(), " x");  // the other blanks are dropped
+  const std::string xml = d.xml();
+  EXPECT_EQ(xml.size(), text.size() - (kDepth - 1) + 2);
+  EXPECT_TRUE(Parsed(xml).documentElement());
+}
+
+TEST(DomTest, AttributeList) {
+  DOMDocument d = Parsed("<a id='1' Id='2' ns:x='3'/>");
+  DOMElement a = d.documentElement();
+  a.setAttribute("Id", "two");
+  a.setAttribute("new", "4");
+  const DOMNamedNodeMap attrs = a.attributes();
+  ASSERT_TRUE(attrs);
+  EXPECT_EQ(attrs.length(), 4);
+  const std::pair<const char*, const char*> cases[] = {
+      {"id", "1"}, {"Id", "two"}, {"ns:x", "3"}, {"new", "4"}, {"ID", nullptr}, {"x", nullptr}};
+  for (int32_t i = 0; i < 6; ++i) {
+    const auto& [name, value] = cases[i];
+    SCOPED_TRACE(name);
+    const DOMNode found = attrs.getNamedItem(name);
+    ASSERT_EQ(found.IsAbsent(), value == nullptr);
+    if (value == nullptr) continue;
+    EXPECT_EQ(found.nodeValue(), Variant(value));
+    EXPECT_EQ(attrs.item(i), found);
+  }
+  EXPECT_TRUE(attrs.item(4).IsAbsent());
+  EXPECT_TRUE(attrs.item(-1).IsAbsent());
+  EXPECT_FALSE(d.createTextNode("t").attributes());
+  EXPECT_EQ(ErrorOf([&] { d.createComment("c").setAttribute("a", "b"); }), kDomErrHierarchy);
+}
+
+// Child access in any order, with walks of more parents interleaved than the
+// cursor cache holds, must match a plain list of the children.
+TEST(DomTest, ChildItemsMatchInAnyOrder) {
+  DOMDocument d = DOMDocument::New();
+  DOMElement root = d.appendChild(d.createElement("root"));
+  std::vector<std::vector<DOMNode>> expected(20);
+  for (int p = 0; p < 20; ++p) {
+    DOMElement parent = root.appendChild(d.createElement("p"));
+    for (int c = 0; c < 30; ++c) {
+      expected[p].push_back(parent.appendChild(d.createElement("c" + std::to_string(c))));
+    }
+  }
+  const std::vector<int> orders[] = {
+      {0, 1, 2, 3, 29, 28, 27, 10, 11, 12, 0, 15, 14, 29, 30, -1, 5},
+      {29, 0, 29, 1, 28, 2, 27, 3, 100, 4},
+  };
+  for (const std::vector<int>& order : orders) {
+    for (int i : order) {
+      for (int p = 0; p < 20; ++p) {
+        SCOPED_TRACE(testing::Message() << "parent " << p << " index " << i);
+        const DOMNodeList list = root.childNodes().item(p).childNodes();
+        const bool inside = i >= 0 && i < 30;
+        EXPECT_EQ(list.item(i), inside ? expected[p][i] : DOMNode());
+        EXPECT_EQ(list.length(), 30);
+      }
+    }
+  }
+  // A change during a walk shows at once.
+  DOMNodeList list = root.childNodes();
+  EXPECT_EQ(list.item(19), root.childNodes().item(19));
+  DOMNode added = root.appendChild(d.createComment("late"));
+  EXPECT_EQ(list.length(), 21);
+  EXPECT_EQ(list.item(20), added);
+  EXPECT_TRUE(d.createElement("x").childNodes().item(0).IsAbsent());
+}
+
+}  // namespace
+}  // namespace tympora

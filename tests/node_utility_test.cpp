@@ -1,0 +1,341 @@
+#include "tympora/node/node_utility.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "probe_node.hpp"
+#include "test_util.hpp"
+#include "tympora/node/file_layer.hpp"
+
+namespace tympora {
+namespace {
+using testing::ErrorOf;
+using testing::Probe;
+using testing::ReadFile;
+using testing::Shape;
+using testing::TempDir;
+
+struct Expected {
+  int32_t number;
+  std::string description;  // checked when not empty
+  std::string source;       // checked when not empty
+};
+
+void ExpectStatus(const StatusPtr& status, const Expected& e) {
+  ASSERT_TRUE(status);
+  EXPECT_EQ(status->Number(), e.number) << status->Description();
+  if (!e.description.empty()) {
+    EXPECT_EQ(status->Description(), e.description);
+  }
+  if (!e.source.empty()) {
+    EXPECT_EQ(status->Source(), e.source);
+  }
+}
+
+// Every failing case of the four export frames, as one table.
+TEST(ExportFrameTest, FailureTable) {
+  TempDir dir;
+  const std::string blocker = dir / "plain.txt";
+  { std::ofstream(blocker) << "x"; }
+  const struct Case {
+    const char* name;
+    std::function<StatusPtr(Probe&)> run;
+    Expected expected;
+  } cases[] = {
+      {"empty path", [](Probe& p) { return p.ExportXMLPath(""); },
+       {2002, "Supplied path invalid or missing.", ""}},
+      {"missing folder", [&](Probe& p) { return p.ExportXMLPath(dir / "no/such/x.xml"); },
+       {kErrPathNotFound, "", ""}},
+      {"folder that is a file", [&](Probe& p) { return p.ExportXMLPath(blocker + "/x.xml"); },
+       {kErrPathNotFound, "", ""}},
+      {"handle 0", [](Probe& p) { return p.ExportXMLFileHandle(0); }, {2003, "Invalid file handle.", ""}},
+      {"handle 512", [](Probe& p) { return p.ExportXMLFileHandle(512); }, {2003, "Invalid file handle.", ""}},
+      {"handle -1", [](Probe& p) { return p.ExportXMLFileHandle(-1); }, {2003, "Invalid file handle.", ""}},
+      {"handle 511 not open", [](Probe& p) { return p.ExportXMLFileHandle(511); },
+       {kErrBadFileNumber, "", ""}},
+      {"record fails below the path", [&](Probe& p) {
+         p.fail_number = 1234;
+         return p.ExportXMLPath(dir / "failing.xml");
+       }, {1234, "probe failure", "Probe"}},
+      {"record fails into a document", [](Probe& p) {
+         p.fail_number = 77;
+         DOMDocument doc;
+         return p.ExportXMLDocument(doc);
+       }, {77, "probe failure", "Probe"}},
+      {"absent document below a node", [](Probe& p) {
+         DOMDocument doc;
+         DOMElement parent;
+         return p.ExportXMLNode(doc, parent);
+       }, {2005, "Object parameter 1 is not initialized.", "Supplied Document Parameter"}},
+      {"absent parent node", [](Probe& p) {
+         DOMDocument doc = DOMDocument::New();
+         DOMElement parent;
+         return p.ExportXMLNode(doc, parent);
+       }, {2006, "Object parameter 2 is not initialized.", "Supplied Parent Node Parameter"}},
+      {"document that has a root", [](Probe& p) {
+         DOMDocument doc = DOMDocument::New();
+         doc.appendChild(doc.createElement("Root"));
+         StatusPtr s = p.ExportXMLDocument(doc);
+         EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
+         return s;
+       }, {kDomErrSecondRoot, "", kDomSource}},
+      {"record returns no document", [&](Probe& p) {
+         p.no_document = true;
+         const int16_t n = FreeFile();
+         OpenFile(n, dir / "nodoc.xml");
+         StatusPtr s = p.ExportXMLFileHandle(n);
+         EXPECT_EQ(FileLength(n), 0);
+         FileClose(n);
+         return s;
+       }, {kErrObjectNotSet, "", ""}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Probe probe;
+    ExpectStatus(c.run(probe), c.expected);
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / "no"));
+  EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
+  EXPECT_EQ(ErrorOf([] { CheckThisNode(DOMNode()); }), 2005);
+  EXPECT_EQ(ErrorOf([] { FileLength(1); }), kErrBadFileNumber) << "the failing export closed its file";
+}
+
+TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
+  TempDir dir;
+  Probe probe;
+  probe.absent_status = true;
+  StatusPtr status = probe.ExportXMLPath(dir / "a.xml");
+  ExpectStatus(status, {0, "", ""});
+  EXPECT_NE(ReadFile(dir / "a.xml").find("<Probe id=\"0\">"), std::string::npos);
+
+  StandaloneNode nothing;
+  EXPECT_EQ(nothing.ExportXMLPath(dir / "b.xml"), nullptr);
+  EXPECT_FALSE(std::filesystem::exists(dir / "b.xml"));
+}
+
+TEST(ExportFrameTest, DocumentKeepsCrLfNodesWhileTheFileDropsThem) {
+  TempDir dir;
+  Probe probe;
+  probe.ID(3);
+  probe.name = "  \r\n ";
+  DOMDocument doc;
+  ExpectStatus(probe.ExportXMLDocument(doc), {0, "", ""});
+  const std::vector<std::string> top = Shape(doc.AsNode());
+  ASSERT_EQ(top.size(), 3u);
+  EXPECT_EQ(top[0], "xml");
+  EXPECT_EQ(top[1], "#comment");
+  EXPECT_EQ(top[2], "Probe");
+  EXPECT_EQ(doc.childNodes().item(0).text(), "version='1.0'");
+  EXPECT_EQ(doc.childNodes().item(1).text().rfind("document created ", 0), 0u);
+  EXPECT_EQ(Shape(doc.documentElement()), (std::vector<std::string>{"CRLF", "Name", "CRLF"}));
+  EXPECT_EQ(testing::ChildNamed(doc.documentElement(), "Name").text(), "  \r\n ");
+
+  ExpectStatus(probe.ExportXMLPath(dir / "p.xml"), {0, "", ""});
+  const std::string file = ReadFile(dir / "p.xml");
+  EXPECT_EQ(testing::WithoutCreationDate(file),
+            "<?xml version=\"1.0\"?>\r\n<!--document created DATE-->\r\n"
+            "<Probe id=\"3\"><Name/></Probe>\r\n");
+}
+
+TEST(ExportFrameTest, DocumentWithoutRootGetsOnlyTheElement) {
+  Probe probe;
+  DOMDocument doc = DOMDocument::New();
+  ExpectStatus(probe.ExportXMLDocument(doc), {0, "", ""});
+  EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Probe"});
+}
+
+TEST(ExportFrameTest, ExportXMLNodeAppendsThreeNodes) {
+  Probe probe;
+  DOMDocument doc = DOMDocument::New();
+  DOMElement parent = doc.createElement("Parent");
+  ExpectStatus(probe.ExportXMLNode(doc, parent), {0, "", ""});
+  EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
+}
+
+TEST(ExportFrameTest, PathReplacesAnExistingFile) {
+  TempDir dir;
+  const std::string path = dir / "old.xml";
+  { std::ofstream(path) << std::string(10000, 'x'); }
+  Probe probe;
+  ExpectStatus(probe.ExportXMLPath(path), {0, "", ""});
+  const std::string text = ReadFile(path);
+  EXPECT_EQ(text.find('x'), text.find("xml")) << "nothing of the old file remains";
+  EXPECT_LT(text.size(), 200u);
+}
+
+TEST(ExportFrameTest, TwoExportsToOneOpenFileWriteTwoDocuments) {
+  TempDir dir;
+  const std::string path = dir / "two.xml";
+  const int16_t n = FreeFile();
+  OpenFile(n, path);
+  Probe first, second;
+  second.name = "second";
+  ExpectStatus(first.ExportXMLFileHandle(n), {0, "", ""});
+  const int64_t after_first = FileLength(n);
+  ExpectStatus(second.ExportXMLFileHandle(n), {0, "", ""});
+  EXPECT_GT(FileLength(n), after_first);
+  FileClose(n);
+  const std::string text = ReadFile(path);
+  EXPECT_EQ(text.find("<?xml"), 0u);
+  EXPECT_EQ(text.find("<?xml", 1), static_cast<size_t>(after_first));
+  EXPECT_NE(text.find("<Name>second</Name>"), std::string::npos);
+}
+
+TEST(ExportFrameTest, FullDeviceGivesAnErrorStatus) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  const int16_t n = FreeFile();
+  OpenFile(n, "/dev/full");
+  Probe probe;
+  StatusPtr status = probe.ExportXMLFileHandle(n);
+  FileClose(n);
+  ExpectStatus(status, {kErrDiskFull, "", ""});
+}
+
+TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
+  Collection<Probe> list;
+  auto good = std::make_shared<Probe>();
+  auto bad = std::make_shared<Probe>();
+  auto never = std::make_shared<Probe>();
+  bad->fail_number = 999;
+  list.Add(good, "1");
+  list.Add(bad, "2");
+  list.Add(never, "3");
+  DOMDocument doc = DOMDocument::New();
+  DOMElement parent = doc.createElement("Parent");
+  try {
+    ExportCollectionNodes(doc, parent, &list);
+    FAIL() << "the failure was not raised";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number(), 999);
+    EXPECT_EQ(e.Source(), "Probe");
+  }
+  EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
+  ExportCollectionNodes(doc, parent, nullptr);  // an absent list does nothing
+}
+
+TEST(ExportFrameTest, ResetCollectionResetsEachRecordAndMakesANewList) {
+  CollectionPtr<Probe> absent;
+  ResetCollection(absent);
+  ASSERT_TRUE(absent);
+  EXPECT_EQ(absent->Count(), 0);
+
+  auto list = std::make_shared<Collection<Probe>>();
+  std::vector<std::shared_ptr<Probe>> kept;
+  for (int i = 0; i < 3; ++i) {
+    kept.push_back(std::make_shared<Probe>());
+    kept.back()->ID(i + 1);
+    list->Add(kept.back(), std::to_string(i));
+  }
+  CollectionPtr<Probe> old = list;
+  ResetCollection(list);
+  EXPECT_NE(list, old);
+  EXPECT_EQ(list->Count(), 0);
+  EXPECT_EQ(old->Count(), 0);
+  for (const auto& p : kept) {
+    EXPECT_EQ(p->resets, 1);
+    EXPECT_EQ(p->ID(), 0);
+  }
+}
+
+TEST(PropertyElementTest, CreatePropertyElementForms) {
+  DOMDocument doc = DOMDocument::New();
+  const struct {
+    const char* name;
+    bool is_null;
+    Variant value;
+    std::string xml;
+  } rows[] = {
+      {"Frequency", true, Variant(int32_t{440}), "<Frequency null=\"true\"/>"},
+      {"Frequency", false, Variant(int32_t{440}), "<Frequency>440</Frequency>"},
+      {"Half", false, Variant(0.5), "<Half>.5</Half>"},
+      {"Neg", false, Variant(-0.25), "<Neg>-.25</Neg>"},
+      {"Text", false, Variant(" lead"), "<Text> lead</Text>"},
+      {"Markup", false, Variant("<&>"), "<Markup>&lt;&amp;&gt;</Markup>"},
+      {"Empty", false, Variant(""), "<Empty/>"},
+      {"Flag", false, Variant(true), "<Flag>True</Flag>"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.xml);
+    DOMElement element;
+    CreatePropertyElement(doc, row.name, row.is_null, row.value, element);
+    EXPECT_EQ(element.xml(), row.xml);
+    EXPECT_FALSE(element.parentNode());
+  }
+  DOMElement element;
+  EXPECT_EQ(ErrorOf([&] { CreatePropertyElement(doc, "N", false, Variant(kNull), element); }),
+            kErrInvalidUseOfNull);
+}
+
+TEST(PropertyElementTest, AppendChildNode) {
+  DOMDocument doc = DOMDocument::New();
+  DOMElement none;
+  DOMElement root = doc.createElement("Root");
+  DOMElement keep = root;
+  AppendChildNode(doc, none, root);
+  EXPECT_FALSE(root) << "the caller's reference is released";
+  EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
+  DOMElement child = doc.createElement("Child");
+  AppendChildNode(doc, keep, child);
+  EXPECT_EQ(Shape(keep), (std::vector<std::string>{"CRLF", "Child"}));
+  AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), keep);
+  EXPECT_EQ(keep.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
+}
+
+TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
+  const struct {
+    const char* xml;
+    bool expected;
+  } rows[] = {
+      {"<P null=\"true\"/>", true},       {"<P a=\"1\" null=\"true\">x</P>", true},
+      {"<P null=\"TRUE\"/>", false},      {"<P null=\"1\"/>", false},
+      {"<P null=\" true\"/>", false},     {"<P Null=\"true\"/>", false},
+      {"<P/>", false},                    {"<P nul=\"true\"/>", false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.xml);
+    DOMDocument doc = testing::Parse(row.xml);
+    EXPECT_EQ(IsNullNode(doc.documentElement()), row.expected);
+  }
+  DOMDocument doc = testing::Parse("<P>text</P>");
+  EXPECT_EQ(ErrorOf([&] { IsNullNode(doc.documentElement().firstChild()); }), kErrObjectNotSet);
+  EXPECT_EQ(ErrorOf([] { IsNullNode(DOMNode()); }), kErrObjectNotSet);
+}
+
+TEST(PropertyElementTest, ReadNodeID) {
+  const struct {
+    const char* xml;
+    int32_t expected;  // starting from 99
+    int32_t error;
+  } rows[] = {
+      {"<R id=\"12\"/>", 12, 0},          {"<R id=\"12.5\"/>", 12, 0},
+      {"<R id=\"13.5\"/>", 14, 0},        {"<R id=\"-3\"/>", -3, 0},
+      {"<R id=\"\"/>", 99, 0},            {"<R id=\"abc\"/>", 99, 0},
+      {"<R id=\"12abc\"/>", 99, 0},       {"<R/>", 99, 0},
+      {"<R ID=\"5\"/>", 99, 0},           {"<R id=\"3000000000\"/>", 99, kErrOverflow},
+      {"<R id=\" 7 \"/>", 7, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.xml);
+    DOMDocument doc = testing::Parse(row.xml);
+    int32_t id = 99;
+    EXPECT_EQ(ErrorOf([&] { ReadNodeID(doc.documentElement(), id); }), row.error);
+    EXPECT_EQ(id, row.expected);
+  }
+}
+
+TEST(NewXMLDocumentTest, SettingsAndPreamble) {
+  DOMDocument doc = DOMDocument::New();
+  DOMDocument kept = doc;
+  NewXMLDocument(doc);
+  EXPECT_NE(doc, kept) << "a new document replaces the old one";
+  EXPECT_FALSE(doc.async());
+  EXPECT_FALSE(doc.validateOnParse());
+  EXPECT_FALSE(doc.resolveExternals());
+  EXPECT_TRUE(doc.preserveWhiteSpace());
+  EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
+  EXPECT_FALSE(doc.documentElement());
+}
+
+}  // namespace
+}  // namespace tympora

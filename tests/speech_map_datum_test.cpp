@@ -1,0 +1,62 @@
+#include "tympora/measurement/speech_map_datum.hpp"
+
+#include "record_suite.hpp"
+
+namespace tympora {
+namespace {
+using testing::ErrorOf;
+
+testing::RecordCase SpeechMapDatumCase() {
+  return {
+      "CSpeechMapDatum",
+      [] { return std::make_shared<CSpeechMapDatum>(); },
+      "SpeechMapDatum",
+      [](RecordBase& r) {
+        auto& d = static_cast<CSpeechMapDatum&>(r);
+        d.maxOutputVal(85.5);
+        d.minOutputVal(-0.25);
+        d.Other(1E+15);
+      },
+      {{"MaxOutput", "85.5"}, {"MinOutput", "-.25"}, {"Other", "1E+15"}},
+      {{"MaxOutputVal", "MaxOutput"}, {"MinOutputVal", "MinOutput"}},
+      {"maxOutputVal", "minOutputVal", "id", "Id", "Input", "Frequency", "other", "MaxOutput "},
+  };
+}
+INSTANTIATE_RECORD_SUITE(SpeechMapDatum, SpeechMapDatumCase());
+
+class SpeechMapDatumTest : public ::testing::Test {
+  testing::LocaleGuard locale_{"C"};
+};
+
+TEST_F(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
+  CSpeechMapDatum d;
+  d.ID(-17);
+  const Variant id = d.PropertyByName("ID");
+  EXPECT_EQ(id.Kind(), VariantKind::Int32);
+  EXPECT_EQ(id.AsInt32(), -17);
+  for (const Variant& value : {Variant(int32_t{5}), Variant(kNull), Variant("not a number")}) {
+    EXPECT_EQ(ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
+    EXPECT_EQ(d.ID(), -17);
+  }
+}
+
+TEST_F(SpeechMapDatumTest, ImportReadsOnlyTheElementNames) {
+  CSpeechMapDatum d;
+  d.Other(4);
+  DOMDocument doc = testing::Parse(
+      "<SpeechMapDatum id=\"12\"><MaxOutputVal>90</MaxOutputVal><MinOutput>low</MinOutput>"
+      "<MaxOutput>70</MaxOutput><MaxOutput>85.5</MaxOutput><Other null=\"true\"/>"
+      "</SpeechMapDatum>");
+  DOMElement root = doc.documentElement();
+  ASSERT_EQ(d.ImportXMLNode(root)->Number(), 0);
+  EXPECT_EQ(d.ID(), 12);
+  EXPECT_EQ(d.maxOutputVal(), 85.5)
+      << "the later of two elements wins; the long name is no element";
+  DOMDocument out;
+  ASSERT_EQ(d.ExportXMLDocument(out)->Number(), 0);
+  EXPECT_TRUE(IsNullNode(testing::ChildNamed(out.documentElement(), "MinOutput")));
+  EXPECT_TRUE(IsNullNode(testing::ChildNamed(out.documentElement(), "Other")));
+}
+
+}  // namespace
+}  // namespace tympora
