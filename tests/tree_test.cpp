@@ -1,0 +1,99 @@
+#include "tree.hpp"
+
+#include <gtest/gtest.h>
+
+#include "test_util.hpp"
+#include "tympora/measurement/curve.hpp"
+#include "tympora/records/client.hpp"
+
+namespace tympora {
+namespace {
+using support::BuildClinic;
+using support::CompareTrees;
+using support::TreeShape;
+using testing::ReadFile;
+using testing::TempDir;
+using testing::WithoutCreationDate;
+
+std::shared_ptr<CClients> ImportFile(const std::string& path) {
+  DOMDocument doc = DOMDocument::New();
+  EXPECT_TRUE(doc.load(path)) << doc.parseError().reason;
+  auto clients = std::make_shared<CClients>();
+  DOMElement root = doc.documentElement();
+  StatusPtr status = clients->ImportXMLNode(root);
+  EXPECT_EQ(status->Number(), 0) << status->Description() << " (" << status->Source() << ")";
+  return clients;
+}
+
+TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
+  for (const char* locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
+    SCOPED_TRACE(locale);
+    testing::LocaleGuard guard(locale);
+    TempDir dir;
+    TreeShape shape;  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
+    auto original = BuildClinic(shape);
+    StatusPtr status = original->ExportXMLPath(dir / "clinic.xml");
+    ASSERT_EQ(status->Number(), 0) << status->Description();
+
+    auto imported = ImportFile(dir / "clinic.xml");
+    EXPECT_EQ(CompareTrees(*original, *imported), "");
+    const auto counts = support::CountRecords(*imported);
+    EXPECT_EQ(counts.at("ClientOrPatient"), 20);
+    EXPECT_EQ(counts.at("CurveDatum"), 20 * 2 * 2 * 2 * 2 * 20);
+    EXPECT_EQ(counts.at("DistortionDatum"), 20 * 2 * 2 * 2 * 2 * 5);
+
+    ASSERT_EQ(imported->ExportXMLPath(dir / "again.xml")->Number(), 0);
+    EXPECT_EQ(WithoutCreationDate(ReadFile(dir / "again.xml")),
+              WithoutCreationDate(ReadFile(dir / "clinic.xml")));
+  }
+}
+
+TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
+  TreeShape small{.clients = 2, .aids = 1, .sessions = 1, .examinations = 1, .curves = 1,
+                  .curve_points = 2, .distortion_points = 1, .seed = 7};
+  auto a = BuildClinic(small);
+  const struct {
+    const char* name;
+    std::function<void(CClients&)> change;
+    const char* expected;  // a part of the difference text
+  } rows[] = {
+      {"a value", [](CClients& c) { c.Clients()->Item(1)->FirstName("Other"); }, "FirstName"},
+      {"a null flag", [](CClients& c) {
+         auto client = c.Clients()->Item(2);
+         client->SetPropertyNull(client->Info().properties[0]);
+       }, "null flag"},
+      {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); }, "ID"},
+      {"a point list", [](CClients& c) {
+         auto curve = c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)
+                          ->Examinations()->Item(1)->Curves()->Item(1);
+         curve->ResetCurveData();
+       }, "CurveData"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    auto b = BuildClinic(small);
+    EXPECT_EQ(CompareTrees(*a, *b), "");
+    row.change(*b);
+    EXPECT_NE(CompareTrees(*a, *b).find(row.expected), std::string::npos) << CompareTrees(*a, *b);
+  }
+}
+
+TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
+  auto clients = BuildClinic(TreeShape{.clients = 50, .aids = 0});
+  bool markup = false, blanks = false, empty = false, non_ascii = false;
+  for (const auto& client : *clients->Clients()) {
+    for (const PropertyDef& p : client->Info().properties) {
+      EXPECT_FALSE(client->IsPropertyNull(p)) << p.element;
+      if (p.Kind() != PropKind::String) continue;
+      const std::string text = client->GetProperty(p).AsString();
+      markup |= text.find_first_of("<&>\"'") != std::string::npos;
+      blanks |= !text.empty() && text.front() == ' ' && text.back() == ' ';
+      empty |= text.empty();
+      non_ascii |= text.find_first_of("\x80\xC3") != std::string::npos;
+    }
+  }
+  EXPECT_TRUE(markup && blanks && empty && non_ascii);
+}
+
+}  // namespace
+}  // namespace tympora
