@@ -175,6 +175,10 @@ void WriteAttribute(std::string& out, pugi::xml_attribute attr);
 // Appends each visible child of the document node `doc`, each followed by
 // CR LF.
 void WriteDocument(std::string& out, pugi::xml_node doc);
+// The replacement the serialiser writes for byte `c` of a text node ("&amp;",
+// "&#13;" ...), or nullptr when the byte stands as it is. Writers that must
+// produce the serialiser's text without a DOM use it.
+const char* TextEscapeOf(unsigned char c) noexcept;
 // The data of a parsed XML declaration: its pseudo-attributes as name="value".
 std::string DeclarationData(pugi::xml_node decl);
 

@@ -135,6 +135,8 @@ void WriteClose(std::string& out, pugi::xml_node element) {
 
 }  // namespace
 
+const char* TextEscapeOf(unsigned char c) noexcept { return kTextEscapes[c]; }
+
 void WriteAttribute(std::string& out, pugi::xml_attribute attr) {
   out.append(attr.name());
   out.append("=\"");

@@ -8,8 +8,11 @@
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/node_utility.hpp"
+#include "node/record_table.hpp"
 
 namespace tympora {
+using table::FieldOf;
+
 namespace {
 
 // A boolean element reads as true when its text contains "true" in any
@@ -20,13 +23,6 @@ bool ContainsTrue(std::string_view text) {
     return std::tolower(static_cast<unsigned char>(a)) == b;
   });
   return it != text.end();
-}
-
-template <class T>
-Nullable<T>& FieldOf(const PropertyDef& p, const RecordBase& record) {
-  // The table's accessors take a mutable record; reading through them does
-  // not modify it.
-  return std::get<Nullable<T>& (*)(RecordBase&)>(p.field)(const_cast<RecordBase&>(record));
 }
 
 }  // namespace

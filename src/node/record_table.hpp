@@ -24,6 +24,13 @@ typename MemberOf<decltype(M)>::Field& Access(RecordBase& record) {
   return static_cast<R&>(record).*M;
 }
 
+// The field of property `p` in `record`. The table's accessors take a
+// mutable record; reading through them does not modify it.
+template <class T>
+Nullable<T>& FieldOf(const PropertyDef& p, const RecordBase& record) {
+  return std::get<Nullable<T>& (*)(RecordBase&)>(p.field)(const_cast<RecordBase&>(record));
+}
+
 // A property whose value and null flag live in the Nullable member M.
 template <auto M>
 PropertyDef Prop(std::string_view element, std::string_view property,

@@ -1,0 +1,377 @@
+// The clinic benchmark: export and import of whole clinic files of about
+// 1 MB, 10 MB and 100 MB, side by side with their anchors, in one run.
+//
+// For each size it builds a clinic with the tree builder (per client 2 aids x
+// 2 sessions x 2 examinations x 3 curves, each curve with 40 curve points and
+// 5 distortion points), then measures on that one tree: ExportXMLPath,
+// ExportXMLDocument (with and without its serialisation), the import
+// (DOMDocument::load plus CClients::ImportXMLNode) and the anchors of
+// anchors.hpp plus the Python lxml import of lxml_import.py. Each operation
+// runs once in a forked child for its peak memory and a check of its result,
+// then a few times in this process for its best time.
+//
+//   tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]
+//                 [--lxml-script PATH]
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "anchors.hpp"
+#include "measure.hpp"
+#include "report.hpp"
+#include "tree.hpp"
+#include "tympora/node/dom.hpp"
+#include "tympora/node/locale.hpp"
+#include "tympora/records/clients.hpp"
+
+namespace tympora::bench {
+namespace {
+
+struct Options {
+  std::vector<double> sizes{1, 10, 100};  // target file sizes in MB
+  int runs = 3;
+  double budget = 20;  // seconds of timed runs per operation and size, at most
+  std::string dir;
+  std::string python = "/usr/bin/python3";
+  std::string lxml_script;
+};
+
+[[noreturn]] void Usage(const char* complaint) {
+  std::fprintf(stderr,
+               "tympora_bench: %s\n"
+               "usage: tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]\n"
+               "                     [--lxml-script PATH]\n"
+               "  --sizes   file sizes to measure, in MB (10^6 bytes), comma-separated\n"
+               "  --runs    timed runs per operation; the best counts\n"
+               "  --dir     where the files are written (default: $TMPDIR or /tmp)\n"
+               "  --python  the interpreter for the lxml anchor (default /usr/bin/python3)\n",
+               complaint);
+  std::exit(2);
+}
+
+std::vector<double> ParseSizes(const std::string& text) {
+  std::vector<double> sizes;
+  std::stringstream in(text);
+  for (std::string item; std::getline(in, item, ',');) {
+    char* end = nullptr;
+    const double mb = std::strtod(item.c_str(), &end);
+    if (item.empty() || *end != 0 || !(mb > 0) || mb > 10000) Usage("bad --sizes");
+    sizes.push_back(mb);
+  }
+  if (sizes.empty()) Usage("bad --sizes");
+  return sizes;
+}
+
+std::string ExecutableDir() {
+  char path[4096];
+  const ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
+  if (n <= 0) return ".";
+  std::string p(path, static_cast<size_t>(n));
+  return p.substr(0, p.find_last_of('/'));
+}
+
+Options ParseOptions(int argc, char** argv) {
+  Options o;
+  o.lxml_script = ExecutableDir() + "/lxml_import.py";
+  const char* tmp = std::getenv("TMPDIR");
+  o.dir = tmp && *tmp ? tmp : "/tmp";
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (i + 1 >= argc) Usage(("missing value after " + arg).c_str());
+    const std::string value = argv[++i];
+    if (arg == "--sizes") {
+      o.sizes = ParseSizes(value);
+    } else if (arg == "--runs") {
+      o.runs = std::atoi(value.c_str());
+      if (o.runs < 1 || o.runs > 100) Usage("bad --runs");
+    } else if (arg == "--dir") {
+      o.dir = value;
+    } else if (arg == "--python") {
+      o.python = value;
+    } else if (arg == "--lxml-script") {
+      o.lxml_script = value;
+    } else {
+      Usage(("unknown option " + arg).c_str());
+    }
+  }
+  return o;
+}
+
+// A private folder for the benchmark's files, removed at the end.
+class Workspace {
+ public:
+  explicit Workspace(const std::string& parent) {
+    std::string pattern = parent + "/tympora-bench-XXXXXX";
+    if (!::mkdtemp(pattern.data())) {
+      throw std::runtime_error("cannot create a folder in " + parent + ": " + std::strerror(errno));
+    }
+    dir_ = pattern;
+  }
+  Workspace(const Workspace&) = delete;
+  Workspace& operator=(const Workspace&) = delete;
+  ~Workspace() {
+    for (const char* name : kNames) ::unlink(Path(name).c_str());
+    ::rmdir(dir_.c_str());
+  }
+  std::string Path(const char* name) const { return dir_ + "/" + name; }
+
+ private:
+  static constexpr const char* kNames[] = {"export.xml", "anchor-a.xml", "anchor-b.xml",
+                                           "schema.txt"};
+  std::string dir_;
+};
+
+support::TreeShape ShapeFor(int32_t clients) {
+  support::TreeShape shape;
+  shape.clients = clients;
+  shape.aids = 2;
+  shape.sessions = 2;
+  shape.examinations = 2;
+  shape.curves = 3;
+  shape.curve_points = 40;
+  shape.distortion_points = 5;
+  return shape;
+}
+
+int64_t FileSize(const std::string& path) {
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_size) : -1;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void Require(const StatusPtr& status, const char* what) {
+  if (status && status->Number() != 0) {
+    throw std::runtime_error(std::string(what) + " failed: " + std::to_string(status->Number()) +
+                             " " + status->Description());
+  }
+}
+
+double Seconds(std::chrono::steady_clock::time_point since) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
+// File bytes of a clinic: a fixed part plus so much per client.
+struct Calibration {
+  double fixed = 0;
+  double per_client = 0;
+};
+
+Calibration Calibrate(const Workspace& ws) {
+  const std::string path = ws.Path("export.xml");
+  int64_t bytes[2];
+  const int32_t clients[2] = {1, 6};
+  for (int i = 0; i < 2; ++i) {
+    Require(support::BuildClinic(ShapeFor(clients[i]))->ExportXMLPath(path), "ExportXMLPath");
+    bytes[i] = FileSize(path);
+  }
+  Calibration c;
+  c.per_client = static_cast<double>(bytes[1] - bytes[0]) / (clients[1] - clients[0]);
+  c.fixed = static_cast<double>(bytes[0]) - c.per_client;
+  return c;
+}
+
+// Where the plain writer's text first differs from the library's file, or "".
+std::string CompareWithPlain(const RecordBase& tree, const std::string& file) {
+  const size_t open = file.find("<!--"), close = file.find("-->");
+  if (open == std::string::npos || close == std::string::npos) return "no comment in the file";
+  const std::string plain = PlainExportText(tree, file.substr(open + 4, close - open - 4));
+  if (plain == file) return {};
+  size_t at = 0;
+  while (at < plain.size() && at < file.size() && plain[at] == file[at]) ++at;
+  return "differs at byte " + std::to_string(at) + ": \"" + file.substr(at, 60) + "\" against \"" +
+         plain.substr(at, 60) + "\"";
+}
+
+std::string Quote(const std::string& s) {
+  std::string out = "'";
+  for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+// (d): the Python lxml script, best of `runs`; it times itself.
+Measurement RunLxml(const Options& o, const Workspace& ws, int64_t records) {
+  Measurement m;
+  if (::access(o.python.c_str(), X_OK) != 0) {
+    m.failure = "skipped: " + o.python + " not found";
+    return m;
+  }
+  const std::string command = Quote(o.python) + " " + Quote(o.lxml_script) + " " +
+                              Quote(ws.Path("export.xml")) + " " + Quote(ws.Path("schema.txt"));
+  double spent = 0;
+  for (int run = 0; run < o.runs && spent < o.budget; ++run) {
+    std::fflush(nullptr);
+    FILE* p = ::popen(command.c_str(), "r");
+    if (!p) return Measurement{-1, -1, "cannot start " + o.python};
+    double seconds = -1;
+    long long peak = -1, seen = -1;
+    const int fields = std::fscanf(p, "%lf %lld %lld", &seconds, &peak, &seen);
+    const int status = ::pclose(p);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 3) {
+      return Measurement{-1, -1, "skipped: python3-lxml not installed"};
+    }
+    if (fields != 3 || status != 0 || seen != records) {
+      return Measurement{-1, -1, "the lxml script failed or saw " + std::to_string(seen) +
+                                     " records of " + std::to_string(records)};
+    }
+    if (m.seconds < 0 || seconds < m.seconds) m.seconds = seconds;
+    if (run == 0) m.peak_bytes = peak;
+    spent += seconds;
+  }
+  return m;
+}
+
+using Check = std::function<std::string(const Leftover&)>;
+
+struct Task {
+  Op op;
+  Operation run;
+  Check check;
+};
+
+std::vector<Task> Tasks(const std::shared_ptr<CClients>& tree, const Workspace& ws,
+                        int64_t records) {
+  const std::string file = ws.Path("export.xml");
+  const std::string a = ws.Path("anchor-a.xml"), b = ws.Path("anchor-b.xml");
+  auto document = [tree](bool serialise) {
+    return [tree, serialise]() -> Leftover {
+      auto doc = std::make_shared<DOMDocument>();
+      Require(tree->ExportXMLDocument(*doc), "ExportXMLDocument");
+      if (!serialise) return doc;
+      return std::make_shared<std::string>(doc->xml());
+    };
+  };
+  std::vector<Task> tasks;
+  tasks.push_back({kExportPath, [tree, file]() -> Leftover {
+                     Require(tree->ExportXMLPath(file), "ExportXMLPath");
+                     return nullptr;
+                   }, {}});
+  tasks.push_back({kDocument, document(false), {}});
+  tasks.push_back({kDocumentXml, document(true), {}});
+  tasks.push_back({kAnchorA, [tree, a]() -> Leftover {
+                     PugixmlRoadExport(*tree, a);
+                     return nullptr;
+                   }, {}});
+  tasks.push_back({kAnchorB, [tree, b]() -> Leftover {
+                     PlainTextExport(*tree, b);
+                     return nullptr;
+                   }, {}});
+  tasks.push_back({kImport,
+                   [file]() -> Leftover {
+                     auto imported = std::make_shared<CClients>();
+                     DOMDocument doc = DOMDocument::New();
+                     if (!doc.load(file)) throw std::runtime_error(doc.parseError().reason);
+                     DOMElement root = doc.documentElement();
+                     Require(imported->ImportXMLNode(root), "ImportXMLNode");
+                     return imported;
+                   },
+                   [tree](const Leftover& left) {
+                     return support::CompareTrees(*tree, *std::static_pointer_cast<CClients>(left));
+                   }});
+  tasks.push_back({kLoad, [file]() -> Leftover {
+                     auto doc = std::make_shared<DOMDocument>(DOMDocument::New());
+                     if (!doc->load(file)) throw std::runtime_error(doc->parseError().reason);
+                     return doc;
+                   }, {}});
+  tasks.push_back({kAnchorC,
+                   [file]() -> Leftover {
+                     return std::make_shared<ImportTally>(PugixmlImportWalk(file));
+                   },
+                   [records](const Leftover& left) {
+                     const int64_t seen = std::static_pointer_cast<ImportTally>(left)->records;
+                     return seen == records ? std::string()
+                                            : "saw " + std::to_string(seen) + " records";
+                   }});
+  return tasks;
+}
+
+SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const Workspace& ws) {
+  SizeResult r;
+  r.target_mb = mb;
+  r.clients = static_cast<int32_t>(std::max(1.0, std::round((mb * 1e6 - cal.fixed) / cal.per_client)));
+  std::fprintf(stderr, "%g MB: building %d clients\n", mb, r.clients);
+  ReleaseFreeMemory();
+  const int64_t before = ResidentBytes();
+  const auto start = std::chrono::steady_clock::now();
+  std::shared_ptr<CClients> tree = support::BuildClinic(ShapeFor(r.clients));
+  r.build_seconds = Seconds(start);
+  r.tree_bytes = ResidentBytes() - before;
+  for (const auto& [name, count] : support::CountRecords(*tree)) {
+    r.records += count;
+    if (name == "CurveDatum") r.curve_points = count;
+  }
+  const std::vector<Task> tasks = Tasks(tree, ws, r.records);
+  for (const Task& t : tasks) {
+    std::fprintf(stderr, "%g MB: %s, memory and check\n", mb, OpName(t.op));
+    const ChildResult c = RunInChild(t.run, t.check);
+    r.ops[t.op].peak_bytes = c.peak_bytes;
+    r.ops[t.op].failure = c.failure;
+    if (t.op == kExportPath && c.failure.empty()) {
+      r.file_bytes = FileSize(ws.Path("export.xml"));
+      const std::string diff = CompareWithPlain(*tree, ReadFile(ws.Path("export.xml")));
+      if (!diff.empty()) std::fprintf(stderr, "note: the plain writer's text %s\n", diff.c_str());
+    }
+  }
+  for (const Task& t : tasks) {
+    if (!r.ops[t.op].failure.empty()) continue;
+    std::fprintf(stderr, "%g MB: %s, timing\n", mb, OpName(t.op));
+    r.ops[t.op].seconds = BestTime(t.run, o.runs, o.budget);
+  }
+  std::fprintf(stderr, "%g MB: %s\n", mb, OpName(kAnchorD));
+  r.ops[kAnchorD] = RunLxml(o, ws, r.records);
+  return r;
+}
+
+}  // namespace
+}  // namespace tympora::bench
+
+int main(int argc, char** argv) {
+  using namespace tympora::bench;
+  const Options options = ParseOptions(argc, argv);
+  try {
+    // Dates in the C locale's ISO form, which the import anchors read.
+    tympora::SetLocale("C");
+    const Workspace ws(options.dir);
+    std::ofstream(ws.Path("schema.txt")) << SchemaText();
+    const Calibration cal = Calibrate(ws);
+    std::vector<SizeResult> results;
+    for (double mb : options.sizes) {
+      results.push_back(RunSize(mb, cal, options, ws));
+      ReleaseFreeMemory();
+    }
+    std::printf("Clinic benchmark: per client 2 aids x 2 sessions x 2 examinations x 3 curves, "
+                "each curve with 40 curve points and 5 distortion points.\n");
+    PrintReport(results, options.runs, PeakResetWorks());
+    bool failed = false;
+    for (const SizeResult& r : results) {
+      for (int i = 0; i < kOpCount; ++i) {
+        const std::string& f = r.ops[i].failure;
+        if (f.empty() || f.rfind("skipped", 0) == 0) continue;
+        std::fprintf(stderr, "FAILED: %s at %g MB: %s\n", OpName(static_cast<Op>(i)), r.target_mb,
+                     f.c_str());
+        failed = true;
+      }
+    }
+    return failed ? 1 : 0;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "tympora_bench: %s\n", e.what());
+    return 1;
+  }
+}

@@ -1,0 +1,53 @@
+// Timing and memory measurement for the clinic benchmark.
+//
+// Times are wall-clock times of runs in the benchmark process itself, the
+// best of a few. Peak memory is measured in a forked child per operation: the
+// child resets its resident high-water mark (or, where the kernel does not
+// allow that, notes its peak so far), runs the operation once and reports how
+// far its resident size rose above where it started. The parent hands its free
+// heap back to the system before every fork, so that a child cannot hide its
+// growth in memory the parent had already touched.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tympora::bench {
+
+// An operation under measurement. It raises on failure and may return what it
+// built (a document, a record tree); that is released after the clock stops.
+using Leftover = std::shared_ptr<void>;
+using Operation = std::function<Leftover()>;
+
+// Seconds of one run of `op`.
+double TimeOnce(const Operation& op);
+
+// The best time of up to `runs` runs; stops early, after at least one run,
+// once the runs together took `budget` seconds.
+double BestTime(const Operation& op, int runs, double budget);
+
+// The result of one run in a child process.
+struct ChildResult {
+  int64_t peak_bytes = -1;  // growth of resident memory during the run
+  std::string failure;      // what went wrong, empty on success
+};
+
+// Runs `op` once in a forked child and reports its peak memory growth. After
+// the measurement the child calls `check` with what `op` returned (when
+// given); a non-empty answer is reported as a failure.
+ChildResult RunInChild(const Operation& op,
+                       const std::function<std::string(const Leftover&)>& check = {});
+
+// The resident size of this process in bytes.
+int64_t ResidentBytes();
+
+// Returns the free heap of this process to the system.
+void ReleaseFreeMemory();
+
+// Whether the kernel lets a process reset its resident high-water mark; when
+// it does not, peaks are taken from getrusage and may read low.
+bool PeakResetWorks();
+
+}  // namespace tympora::bench

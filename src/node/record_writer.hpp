@@ -1,0 +1,50 @@
+// The document text of a record tree, written straight from the records'
+// property tables: the bytes that the export through a DOM document, its
+// serialisation and one more parse would produce, without building either
+// document.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+#include "tympora/node/record.hpp"
+
+namespace tympora::detail {
+
+// A growable byte buffer. It grows with realloc, which moves large blocks by
+// remapping pages instead of copying them, so that the peak memory of a long
+// text stays close to its length.
+class TextBuffer {
+ public:
+  TextBuffer() = default;
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
+  ~TextBuffer();
+
+  void Append(std::string_view s) {
+    if (size_ + s.size() > capacity_) Grow(s.size());
+    std::memcpy(data_ + size_, s.data(), s.size());
+    size_ += s.size();
+  }
+  void Append(char c) {
+    if (size_ == capacity_) Grow(1);
+    data_[size_++] = c;
+  }
+  std::string_view View() const noexcept { return {data_, size_}; }
+
+ private:
+  void Grow(size_t more);
+  char* data_ = nullptr;
+  size_t size_ = 0;
+  size_t capacity_ = 0;
+};
+
+// Appends the whole document of `record`: the XML declaration, the comment
+// "document created " + `date_text`, the record's element with everything
+// below it, each followed by CR LF. Raises what the values raise: 1002 for a
+// text that XML cannot carry, 6 for a number that is not finite. The caller
+// then exports through the document road, which reports the failure.
+void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string_view date_text);
+
+}  // namespace tympora::detail

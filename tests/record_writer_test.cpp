@@ -1,0 +1,167 @@
+// The direct writer against the document road: for many random trees the
+// file that ExportXMLFileHandle writes must be byte for byte the text of the
+// exported document after one more parse, and a failure must give the same
+// status as the document road with nothing written.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <limits>
+
+#include "node/record_writer.hpp"
+#include "test_util.hpp"
+#include "tree.hpp"
+#include "tympora/measurement/curve.hpp"
+#include "tympora/measurement/speech_map_datum.hpp"
+#include "tympora/node/file_layer.hpp"
+#include "tympora/records/client.hpp"
+
+namespace tympora {
+namespace {
+using testing::ReadFile;
+using testing::TempDir;
+using testing::WithoutCreationDate;
+
+// What the document road writes: the record's document, serialised, parsed
+// once more without whitespace-only text, and serialised again.
+std::string DocumentRoad(CNode& node, StatusPtr& status) {
+  DOMDocument doc;
+  status = node.ExportXMLDocument(doc);
+  if (status->Number() != 0) return {};
+  DOMDocument second = DOMDocument::New();
+  second.loadXML(doc.xml());
+  return second.xml();
+}
+
+// What the direct writer makes of `record`, with the comment's date left out.
+// It must not fail for a tree that XML can carry.
+std::string Direct(const RecordBase& record) {
+  detail::TextBuffer text;
+  detail::AppendRecordDocument(text, record, "DATE");
+  return std::string(text.View());
+}
+
+// What ExportXMLFileHandle writes into a fresh file.
+std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status) {
+  std::filesystem::remove(path);
+  const int16_t n = FreeFile();
+  OpenFile(n, path);
+  status = node.ExportXMLFileHandle(n);
+  FileClose(n);
+  return ReadFile(path);
+}
+
+const char* const kTexts[] = {"",      " ",         "\r\n",      "\t",       "  x  ",
+                              "]]>",   "&#13;",     "a\rb",      "<&>\"'",   "\xF0\x9F\x8E\xA7",
+                              "\n\n.", "line\nnext", "Zoë",       "-0",       "x\r"};
+
+// Changes values all over the tree: tricky texts, Null and empty values,
+// extreme numbers.
+void Scramble(RecordBase& record, uint64_t& seed) {
+  for (const PropertyDef& p : record.Info().properties) {
+    seed = seed * 6364136223846793005ull + 1442695040888963407ull;
+    const uint64_t pick = seed >> 33;
+    if (pick % 5 == 0) {
+      record.SetPropertyNull(p);
+    } else if (p.Kind() == PropKind::String) {
+      record.SetProperty(p, Variant(kTexts[pick % std::size(kTexts)]));
+    } else if (p.Kind() == PropKind::Double && pick % 3 == 0) {
+      const double extremes[] = {1E+15, -1E-05, std::numeric_limits<double>::max(),
+                                 std::numeric_limits<double>::denorm_min(), 0.1, -0.0};
+      record.SetProperty(p, Variant(extremes[pick % std::size(extremes)]));
+    }
+  }
+  for (const ChildListDef& list : record.Info().children) {
+    const NodeCollection* children = list.list(record);
+    for (int32_t i = 1; children && i <= children->Count(); ++i) {
+      Scramble(static_cast<RecordBase&>(*children->NodeItem(i)), seed);
+    }
+  }
+}
+
+TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
+  TempDir dir;
+  for (uint32_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    support::TreeShape shape{.clients = static_cast<int32_t>(seed % 4), .aids = 2, .sessions = 1,
+                             .examinations = 2, .curves = static_cast<int32_t>(seed % 3),
+                             .curve_points = 3, .distortion_points = static_cast<int32_t>(seed % 2),
+                             .seed = seed};
+    auto clients = support::BuildClinic(shape);
+    uint64_t state = seed;
+    if (seed % 2 == 0) Scramble(*clients, state);
+    clients->ID(seed % 3 == 0 ? -static_cast<int32_t>(seed) : static_cast<int32_t>(seed));
+    StatusPtr document_status, file_status;
+    const std::string expected = DocumentRoad(*clients, document_status);
+    const std::string written = FileRoad(*clients, dir / "tree.xml", file_status);
+    ASSERT_EQ(document_status->Number(), 0);
+    ASSERT_EQ(file_status->Number(), 0);
+    EXPECT_EQ(WithoutCreationDate(written), WithoutCreationDate(expected));
+    EXPECT_EQ(Direct(*clients), WithoutCreationDate(expected));
+  }
+}
+
+TEST(RecordWriterTest, EveryRecordClassAsTheRoot) {
+  TempDir dir;
+  auto clients = support::BuildClinic({.clients = 1, .aids = 1, .sessions = 1, .examinations = 1,
+                                       .curves = 1, .curve_points = 1, .distortion_points = 1});
+  auto client = clients->Clients()->Item(1);
+  auto aid = client->Aids()->Item(1);
+  auto session = aid->TestDefinitions()->Item(1);
+  auto exam = session->Examinations()->Item(1);
+  auto curve = exam->Curves()->Item(1);
+  auto speech = std::make_shared<CSpeechMapDatum>();
+  speech->maxOutputVal(85.5);
+  std::vector<std::shared_ptr<CNode>> roots = {client, aid, session, exam, curve,
+                                               curve->CurveData()->Item(1),
+                                               curve->DistortionData()->Item(1),
+                                               speech, std::make_shared<CClients>()};
+  for (const auto& root : roots) {
+    SCOPED_TRACE(root->NodeName());
+    StatusPtr a, b;
+    const std::string expected = DocumentRoad(*root, a);
+    EXPECT_EQ(WithoutCreationDate(FileRoad(*root, dir / "root.xml", b)), WithoutCreationDate(expected));
+    EXPECT_EQ(Direct(static_cast<RecordBase&>(*root)), WithoutCreationDate(expected));
+  }
+}
+
+TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
+  TempDir dir;
+  const struct {
+    const char* name;
+    std::function<void(CClients&)> spoil;
+  } rows[] = {
+      {"control character in a client", [](CClients& c) { c.Clients()->Item(2)->City("a\x01z"); }},
+      {"U+FFFF deep in a curve", [](CClients& c) {
+         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
+             ->Curves()->Item(1)->Name("\xEF\xBF\xBF");
+       }},
+      {"invalid UTF-8", [](CClients& c) { c.Clients()->Item(1)->LastName("\xC3("); }},
+      {"NaN in a point", [](CClients& c) {
+         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
+             ->Curves()->Item(1)->CurveData()->Item(1)->InputVal(std::nan(""));
+       }},
+      {"infinity", [](CClients& c) {
+         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
+             ->Curves()->Item(1)->FxSourceAmp(-INFINITY);
+       }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    auto clients = support::BuildClinic({.clients = 2, .aids = 1, .sessions = 1, .examinations = 1,
+                                         .curves = 1, .curve_points = 2, .distortion_points = 1});
+    row.spoil(*clients);
+    StatusPtr document_status, file_status;
+    DocumentRoad(*clients, document_status);
+    const std::string written = FileRoad(*clients, dir / "bad.xml", file_status);
+    EXPECT_NE(file_status->Number(), 0);
+    EXPECT_EQ(file_status->Number(), document_status->Number());
+    EXPECT_EQ(file_status->Description(), document_status->Description());
+    EXPECT_EQ(file_status->Source(), document_status->Source());
+    EXPECT_EQ(written, "");
+    EXPECT_ANY_THROW(Direct(*clients));
+  }
+}
+
+}  // namespace
+}  // namespace tympora
