@@ -9,9 +9,11 @@
 #include <cctype>
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <map>
+#include <new>
 #include <pugixml.hpp>
 #include <stdexcept>
 #include <unordered_map>
@@ -33,8 +35,22 @@ const Nullable<T>& FieldOf(const PropertyDef& p, const RecordBase& r) {
 // The text of a property that is not Null, as the export writes it before
 // escaping: strings unchanged, everything else trimmed ValueToText.
 std::string_view ValueText(const RecordBase& r, const PropertyDef& p, std::string& scratch) {
-  if (p.Kind() == PropKind::String) return FieldOf<std::string>(p, r).Get();
-  scratch = TrimText(ValueToText(r.GetProperty(p)));
+  switch (p.Kind()) {
+    case PropKind::String:
+      return FieldOf<std::string>(p, r).Get();
+    case PropKind::Int32:
+      scratch = TrimText(ValueToText(FieldOf<int32_t>(p, r).Get()));
+      break;
+    case PropKind::Double:
+      scratch = TrimText(ValueToText(FieldOf<double>(p, r).Get()));
+      break;
+    case PropKind::Date:
+      scratch = TrimText(ValueToText(FieldOf<Date>(p, r).Get()));
+      break;
+    case PropKind::Bool:
+      scratch = ValueToText(FieldOf<bool>(p, r).Get());
+      break;
+  }
   return scratch;
 }
 
@@ -62,9 +78,9 @@ std::string CreatedNow() {
   const std::time_t t = std::time(nullptr);
   std::tm local{};
   localtime_r(&t, &local);
-  return "document created " + ValueToText(MakeDate(local.tm_year + 1900, local.tm_mon + 1,
-                                                    local.tm_mday, local.tm_hour, local.tm_min,
-                                                    local.tm_sec));
+  return "document created " +
+         ValueToText(MakeDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                              local.tm_min, local.tm_sec));
 }
 
 // Replaces the file at `path` by `text`, written in one write.
@@ -86,17 +102,64 @@ void WriteFile(const std::string& path, std::string_view text) {
 
 // ---- (b) the plain text writer ----------------------------------------------
 
-void AppendEscaped(std::string& out, std::string_view s) {
+// A growing text whose storage grows by realloc: large blocks are moved by
+// remapping their pages, not copied, so growth costs no more than the text.
+class TextBuffer {
+ public:
+  TextBuffer() = default;
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
+  ~TextBuffer() { std::free(data_); }
+
+  void append(const char* first, const char* last) {
+    append(std::string_view(first, static_cast<size_t>(last - first)));
+  }
+  TextBuffer& append(std::string_view s) {
+    if (capacity_ - size_ < s.size()) Grow(s.size());
+    std::memcpy(data_ + size_, s.data(), s.size());
+    size_ += s.size();
+    return *this;
+  }
+  void push_back(char c) { append(std::string_view(&c, 1)); }
+  char& back() { return data_[size_ - 1]; }
+  size_t size() const { return size_; }
+  std::string_view view() const { return {data_, size_}; }
+
+ private:
+  void Grow(size_t more) {
+    size_t capacity = capacity_ < 65536 ? 65536 : capacity_;
+    while (capacity - size_ < more) capacity *= 2;
+    void* grown = std::realloc(data_, capacity);
+    if (!grown) throw std::bad_alloc();
+    data_ = static_cast<char*>(grown);
+    capacity_ = capacity;
+  }
+
+  char* data_ = nullptr;
+  size_t size_ = 0;
+  size_t capacity_ = 0;
+};
+
+void AppendEscaped(TextBuffer& out, std::string_view s) {
   const char* run = s.data();
   const char* const end = run + s.size();
   for (const char* p = run; p != end; ++p) {
     const char* replacement;
     switch (*p) {
-      case '&': replacement = "&amp;"; break;
-      case '<': replacement = "&lt;"; break;
-      case '>': replacement = "&gt;"; break;
-      case '\r': replacement = "&#13;"; break;
-      default: continue;
+      case '&':
+        replacement = "&amp;";
+        break;
+      case '<':
+        replacement = "&lt;";
+        break;
+      case '>':
+        replacement = "&gt;";
+        break;
+      case '\r':
+        replacement = "&#13;";
+        break;
+      default:
+        continue;
     }
     out.append(run, p);
     out.append(replacement);
@@ -105,7 +168,7 @@ void AppendEscaped(std::string& out, std::string_view s) {
   out.append(run, end);
 }
 
-void AppendRecord(std::string& out, const RecordBase& r, std::string& scratch) {
+void AppendRecord(TextBuffer& out, const RecordBase& r, std::string& scratch) {
   const RecordInfo& info = r.Info();
   out.push_back('<');
   out.append(info.node_name);
@@ -205,11 +268,16 @@ using SchemaMap = std::map<std::string_view, ClassSchema>;
 
 Kind KindOf(PropKind k) {
   switch (k) {
-    case PropKind::Int32: return Kind::Int;
-    case PropKind::Double: return Kind::Double;
-    case PropKind::String: return Kind::String;
-    case PropKind::Date: return Kind::Date;
-    case PropKind::Bool: return Kind::Bool;
+    case PropKind::Int32:
+      return Kind::Int;
+    case PropKind::Double:
+      return Kind::Double;
+    case PropKind::String:
+      return Kind::String;
+    case PropKind::Date:
+      return Kind::Date;
+    case PropKind::Bool:
+      return Kind::Bool;
   }
   return Kind::String;
 }
@@ -219,7 +287,8 @@ const ClassSchema& AddClass(SchemaMap& schema, const RecordInfo& info) {
   ClassSchema& cls = it->second;
   if (!inserted) return cls;
   cls.name = info.node_name;
-  for (const PropertyDef& p : info.properties) cls.elements[p.element] = {KindOf(p.Kind()), nullptr};
+  for (const PropertyDef& p : info.properties)
+    cls.elements[p.element] = {KindOf(p.Kind()), nullptr};
   for (const ChildListDef& list : info.children) {
     const std::shared_ptr<CNode> sample = list.create();
     const ClassSchema& child = AddClass(schema, static_cast<const RecordBase&>(*sample).Info());
@@ -290,8 +359,12 @@ void Convert(Kind kind, std::string_view text, ImportTally& t, std::string& sink
       t.number_sum += v;
       return;
     }
-    case Kind::Date: t.number_sum += IsoDate(text); return;
-    case Kind::Bool: t.number_sum += ContainsTrue(text) ? 1 : 0; return;
+    case Kind::Date:
+      t.number_sum += IsoDate(text);
+      return;
+    case Kind::Bool:
+      t.number_sum += ContainsTrue(text) ? 1 : 0;
+      return;
     case Kind::String:
     case Kind::Child:
       sink.assign(text);
@@ -323,6 +396,13 @@ void Walk(pugi::xml_node e, const ClassSchema& cls, ImportTally& t, std::string&
   }
 }
 
+void AppendDocument(TextBuffer& out, const RecordBase& root, const std::string& created) {
+  out.append("<?xml version=\"1.0\"?>\r\n<!--").append(created).append("-->\r\n");
+  std::string scratch;
+  AppendRecord(out, root, scratch);
+  out.append("\r\n");
+}
+
 }  // namespace
 
 void PugixmlRoadExport(const RecordBase& root, const std::string& path) {
@@ -349,16 +429,15 @@ void PugixmlRoadExport(const RecordBase& root, const std::string& path) {
 }
 
 std::string PlainExportText(const RecordBase& root, const std::string& created) {
-  std::string out = "<?xml version=\"1.0\"?>\r\n<!--";
-  out.append(created).append("-->\r\n");
-  std::string scratch;
-  AppendRecord(out, root, scratch);
-  out.append("\r\n");
-  return out;
+  TextBuffer out;
+  AppendDocument(out, root, created);
+  return std::string(out.view());
 }
 
 void PlainTextExport(const RecordBase& root, const std::string& path) {
-  WriteFile(path, PlainExportText(root, CreatedNow()));
+  TextBuffer out;
+  AppendDocument(out, root, CreatedNow());
+  WriteFile(path, out.view());
 }
 
 ImportTally PugixmlImportWalk(const std::string& path) {

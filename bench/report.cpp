@@ -44,7 +44,9 @@ std::string Ratios(const SizeResult& r, Op op) {
   return out;
 }
 
-std::string Size(const SizeResult& r) { return Short(static_cast<double>(r.file_bytes) / kMB) + " MB"; }
+std::string Size(const SizeResult& r) {
+  return Short(static_cast<double>(r.file_bytes) / kMB) + " MB";
+}
 
 std::string Multiple(int64_t bytes, const SizeResult& r) {
   if (bytes < 0 || r.file_bytes <= 0) return "?";
@@ -58,6 +60,7 @@ void PrintRows(const SizeResult& r) {
   for (int i = 0; i < kOpCount; ++i) {
     const Op op = static_cast<Op>(i);
     const Measurement& m = r.ops[op];
+    if (m.failure.rfind("skipped: not selected", 0) == 0) continue;
     if (!Done(m)) {
       std::printf("| %s | %s | | | %s | |\n", Size(r).c_str(), OpName(op),
                   m.failure.empty() ? "not measured" : m.failure.c_str());
@@ -100,10 +103,10 @@ void PrintTargets(const std::vector<SizeResult>& results) {
   Target("ExportXMLPath, times faster than (a)", vs_a, vs_a >= 3, ">= 3");
   const double vs_b = Quotient(r.ops[kExportPath], r.ops[kAnchorB]);
   Target("ExportXMLPath, time / (b)", vs_b, vs_b <= 1.5, "<= 1.5");
-  const double peak = r.ops[kExportPath].peak_bytes < 0 || r.file_bytes <= 0
-                          ? -1
-                          : static_cast<double>(r.ops[kExportPath].peak_bytes) /
-                                static_cast<double>(r.file_bytes);
+  const double peak =
+      r.ops[kExportPath].peak_bytes < 0 || r.file_bytes <= 0
+          ? -1
+          : static_cast<double>(r.ops[kExportPath].peak_bytes) / static_cast<double>(r.file_bytes);
   Target("ExportXMLPath, peak memory beyond the records / file", peak, peak <= 2, "<= 2");
   const double vs_c = Quotient(r.ops[kImport], r.ops[kAnchorC]);
   Target("import, time / (c)", vs_c, vs_c <= 1.3, "<= 1.3");
@@ -124,26 +127,37 @@ void PrintTargets(const std::vector<SizeResult>& results) {
 
 const char* OpName(Op op) {
   switch (op) {
-    case kExportPath: return "ExportXMLPath";
-    case kDocument: return "ExportXMLDocument (document only)";
-    case kDocumentXml: return "ExportXMLDocument + xml()";
-    case kAnchorA: return "(a) pugixml document road";
-    case kAnchorB: return "(b) plain text writer";
-    case kImport: return "import: load + ImportXMLNode";
-    case kLoad: return "DOMDocument::load alone";
-    case kAnchorC: return "(c) pugixml parse + walk";
-    case kAnchorD: return "(d) Python lxml parse + walk";
-    case kOpCount: break;
+    case kExportPath:
+      return "ExportXMLPath";
+    case kDocument:
+      return "ExportXMLDocument (document only)";
+    case kDocumentXml:
+      return "ExportXMLDocument + xml()";
+    case kAnchorA:
+      return "(a) pugixml document road";
+    case kAnchorB:
+      return "(b) plain text writer";
+    case kImport:
+      return "import: load + ImportXMLNode";
+    case kLoad:
+      return "DOMDocument::load alone";
+    case kAnchorC:
+      return "(c) pugixml parse + walk";
+    case kAnchorD:
+      return "(d) Python lxml parse + walk";
+    case kOpCount:
+      break;
   }
   return "?";
 }
 
 void PrintReport(const std::vector<SizeResult>& results, int runs, bool peak_reset_works) {
   if (results.empty()) return;
-  std::printf("\nBest of %d runs; MB = 10^6 bytes; time / anchor: this row's time divided by "
-              "the anchor's (below 1 is faster); peak memory: growth of resident memory during "
-              "the operation (%s), divided by the file's size.\n\n",
-              runs, peak_reset_works ? "VmHWM" : "getrusage, may read low");
+  std::printf(
+      "\nBest of %d runs; MB = 10^6 bytes; time / anchor: this row's time divided by "
+      "the anchor's (below 1 is faster); peak memory: growth of resident memory during "
+      "the operation (%s), divided by the file's size.\n\n",
+      runs, peak_reset_works ? "VmHWM" : "getrusage, may read low");
   std::printf("| file | operation | MB/s | seconds | time / anchor | peak memory / file |\n");
   std::printf("|---|---|---:|---:|---|---:|\n");
   for (const SizeResult& r : results) PrintRows(r);

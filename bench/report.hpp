@@ -10,15 +10,15 @@ namespace tympora::bench {
 
 // The measured operations, in the order of the table.
 enum Op : int {
-  kExportPath,     // CClients::ExportXMLPath
-  kDocument,       // ExportXMLDocument into a new document
-  kDocumentXml,    // ExportXMLDocument plus DOMDocument::xml()
-  kAnchorA,        // (a) the pugixml document road
-  kAnchorB,        // (b) the plain text writer
-  kImport,         // DOMDocument::load plus CClients::ImportXMLNode
-  kLoad,           // DOMDocument::load alone
-  kAnchorC,        // (c) pugixml parse plus converting walk
-  kAnchorD,        // (d) Python lxml parse plus converting walk
+  kExportPath,   // CClients::ExportXMLPath
+  kDocument,     // ExportXMLDocument into a new document
+  kDocumentXml,  // ExportXMLDocument plus DOMDocument::xml()
+  kAnchorA,      // (a) the pugixml document road
+  kAnchorB,      // (b) the plain text writer
+  kImport,       // DOMDocument::load plus CClients::ImportXMLNode
+  kLoad,         // DOMDocument::load alone
+  kAnchorC,      // (c) pugixml parse plus converting walk
+  kAnchorD,      // (d) Python lxml parse plus converting walk
   kOpCount
 };
 

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
+#include "node/number_text.hpp"
+
 #include <bit>
 #include <cfloat>
 #include <cmath>
@@ -364,6 +368,44 @@ TEST_P(ConversionsDoubleRoundTrip, RandomDoublesReadBack) {
 
 INSTANTIATE_TEST_SUITE_P(ConversionsLocales, ConversionsDoubleRoundTrip,
                          ::testing::Values("C", "en_US.UTF-8", "de_DE.UTF-8"));
+
+}  // namespace
+}  // namespace tympora
+
+namespace tympora {
+namespace {
+
+// The import's one-pass reader must agree with IsNumericText + TextToNumber
+// wherever it answers, and answer for every text the library writes.
+TEST(ConversionsTest, PlainNumberReaderAgreesWithTheFullRules) {
+  const char* const texts[] = {"0",     "-0",    ".5",     "-.25",   "1E+15", "1.5E-05", "12",
+                               "1.",    "-7",    "1e5",    "1E5",    "+1",    " 1",      "1 ",
+                               "1.2.3", "&H1F",  "",       "-",      ".",     "E5",      "1E",
+                               "1E+",   "1D5",   "1E+400", "1E-400", "00012", "9" };
+  for (const char* text : texts) {
+    SCOPED_TRACE(text);
+    double value = 0;
+    if (detail::ReadPlainNumber(text, value)) {
+      EXPECT_TRUE(IsNumericText(text));
+      EXPECT_EQ(value, TextToNumber(text));
+      EXPECT_EQ(std::signbit(value), std::signbit(TextToNumber(text)));
+    }
+  }
+  uint64_t state = 7;
+  for (int i = 0; i < 20000; ++i) {
+    state = state * 6364136223846793005ull + 1442695040888963407ull;
+    double x;
+    const uint64_t bits = state;
+    std::memcpy(&x, &bits, sizeof x);
+    if (!std::isfinite(x)) continue;
+    const std::string text = TrimText(ValueToText(x));
+    double value = 0;
+    ASSERT_TRUE(detail::ReadPlainNumber(text, value) || std::fpclassify(x) == FP_SUBNORMAL) << text;
+    if (detail::ReadPlainNumber(text, value)) {
+      EXPECT_EQ(value, TextToNumber(text)) << text;
+    }
+  }
+}
 
 }  // namespace
 }  // namespace tympora

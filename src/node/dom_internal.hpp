@@ -139,6 +139,9 @@ struct DocImpl {
   static DOMNode MakeNode(const std::shared_ptr<DocImpl>& doc, void* node) {
     return node ? DOMNode(doc, node) : DOMNode();
   }
+  // The raw node and the document of a handle.
+  static void* Raw(const DOMNode& n) noexcept { return n.node_; }
+  static const std::shared_ptr<DocImpl>& DocOf(const DOMNode& n) noexcept { return n.doc_; }
 };
 
 // ---- Errors --------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "node/dom_check.hpp"
 #include "node/dom_internal.hpp"
 #include "tympora/node/error.hpp"
 
@@ -140,8 +141,9 @@ bool DocImpl::Parse(std::string_view bytes, bool shared) {
     return false;
   }
   auto next = std::make_unique<pugi::xml_document>();
-  if (const size_t nul = text.find('\0'); nul != std::string::npos) {
-    f = {"NUL character in the text", static_cast<int64_t>(nul)};
+  if (!CheckXmlCharacters(text, f.reason, f.offset)) {
+    // A character that XML 1.0 forbids, raw or as a reference: reported here
+    // with its position, since pugixml would take it (and cut at &#0;).
   } else if (const pugi::xml_parse_result r =
                  next->load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
              !r) {

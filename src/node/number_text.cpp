@@ -237,6 +237,34 @@ std::optional<std::string> CanonicalNumber(std::string_view text) {
 }  // namespace
 }  // namespace detail
 
+namespace detail {
+
+bool ReadPlainNumber(std::string_view text, double& value) noexcept {
+  size_t i = 0;
+  const size_t n = text.size();
+  if (i < n && text[i] == '-') ++i;
+  size_t digits = 0;
+  while (i < n && IsDigit(text[i])) ++i, ++digits;
+  if (i < n && text[i] == '.') {
+    ++i;
+    while (i < n && IsDigit(text[i])) ++i, ++digits;
+  }
+  if (digits == 0) return false;
+  if (i < n && text[i] == 'E') {
+    ++i;
+    if (i < n && (text[i] == '+' || text[i] == '-')) ++i;
+    size_t exponent_digits = 0;
+    while (i < n && IsDigit(text[i])) ++i, ++exponent_digits;
+    if (exponent_digits == 0) return false;
+  }
+  if (i != n) return false;
+  const auto result = std::from_chars(text.data(), text.data() + n, value);
+  return result.ec == std::errc() && result.ptr == text.data() + n && std::isfinite(value) &&
+         (value != 0 || text.find_first_of("123456789") == std::string_view::npos);
+}
+
+}  // namespace detail
+
 std::string ValueToText(int32_t value) { return (value >= 0 ? " " : "") + std::to_string(value); }
 
 std::string ValueToText(double value) {

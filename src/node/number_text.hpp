@@ -14,4 +14,12 @@ namespace tympora::detail {
 void AppendMagnitude(std::string& out, double magnitude, std::string_view separator,
                      bool zero_before_separator);
 
+// Reads a plain number in one pass: an optional minus, digits with at most
+// one period (at least one digit), an optional exponent E with a sign or
+// none and digits; nothing else, no blanks. Such a text is numeric in every
+// locale, and the value stored in `value` is exactly TextToNumber's. Returns
+// false for any other text (and for values beyond the double range), which
+// then needs the full rules.
+bool ReadPlainNumber(std::string_view text, double& value) noexcept;
+
 }  // namespace tympora::detail

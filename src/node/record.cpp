@@ -8,6 +8,8 @@
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/node_utility.hpp"
+#include "node/dom_walk.hpp"
+#include "node/number_text.hpp"
 #include "node/record_table.hpp"
 
 namespace tympora {
@@ -23,6 +25,48 @@ bool ContainsTrue(std::string_view text) {
     return std::tolower(static_cast<unsigned char>(a)) == b;
   });
   return it != text.end();
+}
+
+// The import rule for numbers: a text that IsNumericText accepts is read
+// with TextToNumber; any other text is no number. Plain texts, which are
+// all the library writes, take a one-pass road to the same value.
+bool ReadNumber(std::string_view text, double& number) {
+  if (detail::ReadPlainNumber(text, number)) return true;
+  if (!IsNumericText(text)) return false;
+  number = TextToNumber(text);
+  return true;
+}
+
+// Reads one property element: a null-marked element makes the property
+// Null; otherwise its text is converted, and a text that is no number or
+// date leaves the property as it was.
+void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::ElementView& element,
+                    std::string& scratch) {
+  if (element.IsNullMarked()) {
+    record.SetPropertyNull(p);
+    return;
+  }
+  const std::string_view text = element.Text(scratch);
+  switch (p.Kind()) {
+    case PropKind::String: FieldOf<std::string>(p, record).Set(DecodeXMLText(text)); return;
+    case PropKind::Int32: {
+      double number;
+      if (ReadNumber(text, number)) {
+        const int32_t v = ToInt32(number);
+        if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, record).Set(v);
+      }
+      return;
+    }
+    case PropKind::Double: {
+      double number;
+      if (ReadNumber(text, number)) FieldOf<double>(p, record).Set(number);
+      return;
+    }
+    case PropKind::Date:
+      if (IsDateValue(text)) FieldOf<Date>(p, record).Set(ToDate(text));
+      return;
+    case PropKind::Bool: FieldOf<bool>(p, record).Set(ContainsTrue(text)); return;
+  }
 }
 
 }  // namespace
@@ -146,50 +190,30 @@ StatusPtr RecordBase::ExportXMLNode(DOMDocument& Document, DOMElement& ParentNod
   return ExportNodeToNode(Document, ParentNode, *this);
 }
 
-void RecordBase::ImportProperty(const PropertyDef& p, const DOMNode& element) {
-  if (IsNullNode(element)) {
-    SetPropertyNull(p);
-    return;
-  }
-  const std::string text = element.text();
-  switch (p.Kind()) {
-    case PropKind::String: FieldOf<std::string>(p, *this).Set(DecodeXMLText(text)); return;
-    case PropKind::Int32:
-      if (IsNumericText(text)) {
-        const int32_t v = ToInt32(TextToNumber(text));
-        if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, *this).Set(v);
-      }
-      return;
-    case PropKind::Double:
-      if (IsNumericText(text)) FieldOf<double>(p, *this).Set(TextToNumber(text));
-      return;
-    case PropKind::Date:
-      if (IsDateValue(text)) FieldOf<Date>(p, *this).Set(ToDate(text));
-      return;
-    case PropKind::Bool: FieldOf<bool>(p, *this).Set(ContainsTrue(text)); return;
-  }
-}
-
 StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
   const RecordInfo& info = Info();
-  return RunImportFrame(
-      ThisNode, id_, [&](StatusPtr& status, const DOMNode& child, const std::string& name) {
-        const int i = info.FindElement(name);
-        if (i == RecordInfo::kNone || child.nodeType() != DOMNodeType::Element) return;
-        if (i >= 0) {
-          ImportProperty(info.properties[static_cast<size_t>(i)], child);
-          return;
-        }
-        if (IsNullNode(child)) return;
-        const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
-        std::shared_ptr<CNode> record = list.create();
-        DOMNode element = child;
-        if (StatusPtr returned = record->ImportXMLNode(element)) {
-          status = std::move(returned);
-          if (status->Number() != 0) status->RaiseError();
-        }
-        list.add(*this, record);
-      });
+  return RunFrameA([&](StatusPtr& status) {
+    CheckThisNode(ThisNode);
+    ReadNodeID(ThisNode, id_);
+    std::string scratch;
+    detail::ForEachChildElement(ThisNode, [&](const detail::ElementView& child) {
+      const int i = info.FindElement(child.LocalName());
+      if (i == RecordInfo::kNone) return;
+      if (i >= 0) {
+        ImportProperty(*this, info.properties[static_cast<size_t>(i)], child, scratch);
+        return;
+      }
+      if (child.IsNullMarked()) return;
+      const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
+      std::shared_ptr<CNode> record = list.create();
+      DOMNode element = child.Handle();
+      if (StatusPtr returned = record->ImportXMLNode(element)) {
+        status = std::move(returned);
+        if (status->Number() != 0) status->RaiseError();
+      }
+      list.add(*this, record);
+    });
+  });
 }
 
 StatusPtr RecordBase::ExportTXT(int16_t) { return NotImplementedStatus(Info().txt_source); }

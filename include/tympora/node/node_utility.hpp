@@ -101,22 +101,4 @@ void ReadNodeID(const DOMNode& ThisNode, int32_t& lID);
 std::string EncodeXMLText(std::string_view text);
 std::string DecodeXMLText(std::string_view text);
 
-// The import frame shared by every record: under frame A, checks `ThisNode`,
-// reads its "id" into `id`, then takes the number of children once and calls
-// `visit(status, child, baseName)` for each child in document order. The
-// visitor may replace `status` by a child's status; whatever it raises ends
-// the walk and is copied into the status that is returned.
-template <class Visit>
-StatusPtr RunImportFrame(DOMNode& ThisNode, int32_t& id, Visit&& visit) noexcept {
-  return RunFrameA([&](StatusPtr& status) {
-    CheckThisNode(ThisNode);
-    ReadNodeID(ThisNode, id);
-    const int32_t count = ThisNode.childNodes().length();
-    for (int32_t i = 0; i < count; ++i) {
-      DOMNode child = ThisNode.childNodes().item(i);
-      visit(status, child, child.baseName());
-    }
-  });
-}
-
 }  // namespace tympora

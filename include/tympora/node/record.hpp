@@ -142,7 +142,6 @@ class RecordBase : public CNode {
   RecordBase() = default;
 
  private:
-  void ImportProperty(const PropertyDef& p, const DOMNode& element);
   int32_t id_ = 0;
 };
 

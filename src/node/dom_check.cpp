@@ -1,0 +1,132 @@
+// Character checks of a document's text before it is parsed.
+//
+// pugixml takes any byte as text and resolves any character reference: a
+// control character, U+FFFF, &#1; or &#xD800; would enter the tree, and
+// &#0; would silently cut the text short. XML 1.0 makes all of them errors,
+// and a tree that held one could not be written again, so the parse refuses
+// them here, with the position of the fault.
+#include "node/dom_check.hpp"
+
+#include <cstdio>
+
+#include "node/dom_internal.hpp"
+
+namespace tympora::detail {
+namespace {
+
+bool IsAllowed(uint32_t cp) noexcept {
+  if (cp < 0x20) return cp == 0x9 || cp == 0xA || cp == 0xD;
+  return cp <= 0xD7FF || (cp >= 0xE000 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0x10FFFF);
+}
+
+// The code point of the valid UTF-8 sequence at `i`, and its length.
+uint32_t CodePointAt(std::string_view s, size_t i, size_t& length) noexcept {
+  const auto b = [&](size_t k) { return static_cast<uint32_t>(static_cast<unsigned char>(s[k])); };
+  const uint32_t lead = b(i);
+  if (lead < 0x80 || i + 1 >= s.size()) {
+    length = 1;
+    return lead;
+  }
+  if (lead < 0xE0) {
+    length = 2;
+    return ((lead & 0x1F) << 6) | (b(i + 1) & 0x3F);
+  }
+  if (lead < 0xF0 || i + 3 >= s.size()) {
+    length = 3;
+    return i + 2 < s.size() ? ((lead & 0x0F) << 12) | ((b(i + 1) & 0x3F) << 6) | (b(i + 2) & 0x3F)
+                            : lead;
+  }
+  length = 4;
+  return ((lead & 0x07) << 18) | ((b(i + 1) & 0x3F) << 12) | ((b(i + 2) & 0x3F) << 6) |
+         (b(i + 3) & 0x3F);
+}
+
+bool Fault(std::string& reason, int64_t& offset, size_t at, const char* what, uint32_t cp) {
+  char text[80];
+  std::snprintf(text, sizeof text, what, static_cast<unsigned>(cp));
+  reason = text;
+  offset = static_cast<int64_t>(at);
+  return false;
+}
+
+// Finds the first raw character that XML does not allow; the text is known
+// to hold one.
+bool LocateRawFault(std::string_view text, std::string& reason, int64_t& offset) {
+  for (size_t i = 0, length = 1; i < text.size(); i += length) {
+    const uint32_t cp = CodePointAt(text, i, length);
+    if (!IsAllowed(cp)) return Fault(reason, offset, i, "Invalid character U+%04X in the text", cp);
+  }
+  return Fault(reason, offset, 0, "Invalid character in the text", 0);
+}
+
+// Checks the reference "&#..." at `at`; returns the offset after it.
+bool CheckReference(std::string_view text, size_t at, size_t& next, std::string& reason,
+                    int64_t& offset) {
+  size_t i = at + 2;
+  const bool hex = i < text.size() && text[i] == 'x';
+  if (hex) ++i;
+  const size_t digits_start = i;
+  uint32_t value = 0;
+  for (; i < text.size(); ++i) {
+    const char c = text[i];
+    uint32_t digit;
+    if (c >= '0' && c <= '9') {
+      digit = static_cast<uint32_t>(c - '0');
+    } else if (hex && ((c | 0x20) >= 'a' && (c | 0x20) <= 'f')) {
+      digit = static_cast<uint32_t>((c | 0x20) - 'a' + 10);
+    } else {
+      break;
+    }
+    value = value > 0x10FFFF ? value : value * (hex ? 16 : 10) + digit;
+  }
+  if (i == digits_start || i == text.size() || text[i] != ';') {
+    return Fault(reason, offset, at, "Incomplete character reference", 0);
+  }
+  if (!IsAllowed(value)) {
+    return Fault(reason, offset, at,
+                 value > 0x10FFFF ? "Character reference beyond U+10FFFF"
+                                  : "Character reference to U+%04X, which XML does not allow",
+                 value);
+  }
+  next = i + 1;
+  return true;
+}
+
+// Checks every character reference outside comments, CDATA sections and
+// processing instructions, whose content is not markup.
+bool CheckReferences(std::string_view text, std::string& reason, int64_t& offset) {
+  static constexpr struct {
+    std::string_view open, close;
+  } kLiteral[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+  for (size_t i = text.find_first_of("&<"); i != std::string_view::npos;
+       i = text.find_first_of("&<", i)) {
+    if (text[i] == '&') {
+      if (text.substr(i, 2) != "&#") {
+        ++i;
+      } else if (!CheckReference(text, i, i, reason, offset)) {
+        return false;
+      }
+      continue;
+    }
+    size_t skip_to = i + 1;
+    for (const auto& literal : kLiteral) {
+      if (text.substr(i, literal.open.size()) != literal.open) continue;
+      const size_t close = text.find(literal.close, i + literal.open.size());
+      // An unclosed section is the parser's to report.
+      skip_to = close == std::string_view::npos ? text.size() : close + literal.close.size();
+      break;
+    }
+    i = skip_to;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool CheckXmlCharacters(std::string_view text, std::string& reason, int64_t& offset) {
+  if (!IsXmlText(text)) return LocateRawFault(text, reason, offset);
+  if (text.find("&#") == std::string_view::npos) return true;
+  return CheckReferences(text, reason, offset);
+}
+
+}  // namespace tympora::detail

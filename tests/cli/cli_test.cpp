@@ -1,0 +1,408 @@
+// The command-line host run as a program, as a user runs it: every
+// subcommand's output and exit status, usage errors, and the failures a user
+// meets (a file that does not parse, a duplicate id, a missing client).
+// TYMPORA_CLI is the path of the built program.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+  int status = -1;  // exit status, or -1 when the program did not exit normally
+  std::string out;
+  std::string err;
+};
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void WriteFile(const fs::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// The environment of this process with the locale fixed to C, so that dates
+// are printed in ISO form.
+std::vector<std::string> ChildEnvironment() {
+  std::vector<std::string> env;
+  for (char** e = environ; *e; ++e) {
+    const std::string entry = *e;
+    if (!entry.starts_with("LC_") && !entry.starts_with("LANG")) env.push_back(entry);
+  }
+  env.push_back("LC_ALL=C");
+  return env;
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "tympora-cli-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  fs::path Path(const std::string& name) const { return dir_ / name; }
+
+  // Runs the program with `args`; stdout goes to `stdout_path` when given.
+  Result Run(const std::vector<std::string>& args, const std::string& stdout_path = {}) const {
+    const std::string out = stdout_path.empty() ? (dir_ / "stdout").string() : stdout_path;
+    const std::string err = (dir_ / "stderr").string();
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    std::vector<std::string> words{TYMPORA_CLI};
+    words.insert(words.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (std::string& w : words) argv.push_back(w.data());
+    argv.push_back(nullptr);
+    std::vector<std::string> env = ChildEnvironment();
+    std::vector<char*> envp;
+    for (std::string& e : env) envp.push_back(e.data());
+    envp.push_back(nullptr);
+
+    Result result;
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, TYMPORA_CLI, &actions, nullptr, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) {
+      ADD_FAILURE() << "cannot start " << TYMPORA_CLI;
+      return result;
+    }
+    int wait_status = 0;
+    if (waitpid(pid, &wait_status, 0) == pid && WIFEXITED(wait_status)) {
+      result.status = WEXITSTATUS(wait_status);
+    }
+    if (stdout_path.empty()) result.out = ReadFile(out);
+    result.err = ReadFile(err);
+    return result;
+  }
+
+  // Runs the demo with `clients` clients into the file `name`; returns its path.
+  std::string Demo(int clients, const std::string& name) const {
+    const std::string path = Path(name).string();
+    const Result r = Run({"demo", "--clients", std::to_string(clients), "--out", path});
+    EXPECT_EQ(r.status, 0) << r.err;
+    return path;
+  }
+
+  fs::path dir_;
+};
+
+// A small file whose outline is known, one value Null and one client bare.
+const char kOutlineFile[] = R"(<?xml version="1.0"?>
+<Clients id="7">
+ <ClientOrPatient id="42"><FirstName>Ann</FirstName><LastName>Smith</LastName>
+  <Number>C-1001</Number><MiddleName null="true"/>
+  <ClientAid id="1"><ManufacturerName>Acme Audio</ManufacturerName>
+   <HearingAidModel>BTE 200</HearingAidModel><AidEar>Left</AidEar>
+   <TestSession id="3"><TestDate>2024-05-06</TestDate><TestType>REM</TestType>
+    <Examination id="4"><TestName>Real ear</TestName>
+     <Curve id="5"><Name>OSPL90</Name>
+      <CurveDatum id="1"><Frequency>250</Frequency></CurveDatum>
+      <CurveDatum id="2"><Frequency>8000</Frequency></CurveDatum>
+      <CurveDatum id="3"><Frequency>1000</Frequency></CurveDatum>
+      <DistortionDatum id="1"><Frequency>500</Frequency></DistortionDatum>
+     </Curve>
+     <Curve id="6"/>
+    </Examination>
+   </TestSession>
+  </ClientAid>
+ </ClientOrPatient>
+ <ClientOrPatient id="43"><ClientAid id="1"/></ClientOrPatient>
+</Clients>
+)";
+
+const char kClient42[] =
+    "  Client 42: Ann Smith, number C-1001\n"
+    "    Aid 1: Acme Audio BTE 200, Left ear\n"
+    "      Session 3: 2024-05-06, REM\n"
+    "        Examination 4: Real ear\n"
+    "          Curve 5 \"OSPL90\": 3 points, 250-8000 Hz, 1 distortion point\n"
+    "          Curve 6 (no name): 0 points, 0 distortion points\n";
+
+// The same id twice in one list: at the top, and deep among a curve's points.
+const char kDuplicateClient[] =
+    R"(<Clients id="1"><ClientOrPatient id="5"/><ClientOrPatient id="5"/></Clients>)";
+const char kDuplicatePoint[] = R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1">
+<TestSession id="1"><Examination id="1"><Curve id="1"><CurveDatum id="1"/><CurveDatum id="2"/>
+<DistortionDatum id="9"/><DistortionDatum id="9"/></Curve></Examination></TestSession>
+</ClientAid></ClientOrPatient></Clients>)";
+
+const char kDuplicateKeyError[] =
+    "457: This key is already associated with an element of this collection (";
+
+TEST_F(CliTest, UsageErrorsExplainAndExitWithTwo) {
+  struct Case {
+    std::vector<std::string> args;
+    std::string message;
+  };
+  const Case cases[] = {
+      {{}, "tympora: missing command"},
+      {{"frobnicate"}, "tympora: unknown command 'frobnicate'"},
+      {{"--bogus"}, "tympora: unknown option '--bogus'"},
+      {{"help", "nope"}, "tympora: unknown command 'nope'"},
+      {{"show"}, "tympora show: missing operand (expected FILE)"},
+      {{"check", "a.xml", "b.xml"}, "tympora check: unexpected operand 'b.xml'"},
+      {{"roundtrip", "in.xml"}, "tympora roundtrip: missing operand (expected IN OUT)"},
+      {{"describe", "extra"}, "tympora describe: unexpected operand 'extra'"},
+      {{"demo", "--clients"}, "tympora demo: option '--clients' needs a value (N)"},
+      {{"demo", "--clients", "abc"}, "--clients must be a whole number from 0 to 10000, not 'abc'"},
+      {{"demo", "--clients=-1"}, "--clients must be a whole number from 0 to 10000, not '-1'"},
+      {{"demo", "--clients", "10001"}, "not '10001'"},
+      {{"demo", "--clients", "3x"}, "not '3x'"},
+      {{"demo", "--out="}, "tympora demo: --out needs a file name"},
+      {{"demo", "--verbose"}, "tympora demo: unknown option '--verbose'"},
+      {{"show", "f.xml", "--client"}, "option '--client' needs a value (ID)"},
+      {{"show", "f.xml", "--client", "x"}, "--client must be a whole number"},
+      {{"check", "--client=3", "f.xml"}, "tympora check: unknown option '--client'"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.args));
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find(" --help'."), std::string::npos) << r.err;
+  }
+}
+
+TEST_F(CliTest, EverySubcommandHasHelp) {
+  struct Case {
+    std::vector<std::string> args;
+    std::string first_line;
+  };
+  const Case cases[] = {
+      {{"--help"}, "Usage: tympora COMMAND [OPTIONS] [OPERANDS]"},
+      {{"help"}, "Usage: tympora COMMAND [OPTIONS] [OPERANDS]"},
+      {{"help", "show"}, "Usage: tympora show [OPTIONS] FILE"},
+      {{"demo", "--help"}, "Usage: tympora demo [OPTIONS]"},
+      {{"show", "-h"}, "Usage: tympora show [OPTIONS] FILE"},
+      {{"check", "--help"}, "Usage: tympora check FILE"},
+      {{"roundtrip", "--help"}, "Usage: tympora roundtrip IN OUT"},
+      {{"describe", "--help"}, "Usage: tympora describe"},
+      // Help wins over anything else on the line.
+      {{"demo", "--clients", "abc", "--help"}, "Usage: tympora demo [OPTIONS]"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.args));
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out.substr(0, r.out.find('\n')), c.first_line);
+  }
+  const Result top = Run({"--help"});
+  for (const char* command : {"demo", "show", "check", "roundtrip", "describe"}) {
+    EXPECT_NE(top.out.find(std::string("\n  ") + command + " "), std::string::npos) << command;
+  }
+  EXPECT_EQ(Run({"--version"}).out, "tympora " TYMPORA_VERSION "\n");
+}
+
+TEST_F(CliTest, DemoPrintsCountsSizeTimesAndStatus) {
+  const std::string file = Path("demo.xml").string();
+  const Result r = Run({"demo", "--clients", "3", "--out", file});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");  // no progress indicator: stderr is not a terminal
+  // Every client has 2 aids, each 2 sessions of 2 examinations of 2 curves,
+  // each curve 20 points and 5 distortion points.
+  const std::string counts =
+      "  Clients                  1\n"
+      "  ClientOrPatient          3\n"
+      "  ClientAid                6\n"
+      "  TestSession             12\n"
+      "  Examination             24\n"
+      "  Curve                   48\n"
+      "  CurveDatum             960\n"
+      "  DistortionDatum        240\n";
+  EXPECT_NE(r.out.find(counts), std::string::npos) << r.out;
+  const std::string size = "size:     " + std::to_string(fs::file_size(file)) + " bytes (";
+  EXPECT_NE(r.out.find(size), std::string::npos) << r.out;
+  EXPECT_TRUE(std::regex_search(r.out, std::regex("\nexport: +[0-9]+\\.[0-9]{2} s \\(")));
+  EXPECT_TRUE(std::regex_search(r.out, std::regex("\nimport: +[0-9]+\\.[0-9]{2} s \\(load")));
+  EXPECT_NE(r.out.find("compare:  the two trees are equal\n"), std::string::npos);
+  EXPECT_TRUE(r.out.ends_with("\nstatus:   0\n")) << r.out;
+}
+
+TEST_F(CliTest, DemoRemovesItsTemporaryFileAndReportsExportFailures) {
+  const Result r = Run({"demo", "--clients", "0"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("  ClientOrPatient          0\n"), std::string::npos) << r.out;
+  std::smatch file;
+  ASSERT_TRUE(std::regex_search(r.out, file, std::regex("\nfile: +(.*) \\(removed at the end\\)")));
+  EXPECT_FALSE(fs::exists(file[1].str())) << file[1];
+
+  const Result bad = Run({"demo", "--clients", "1", "--out", Path("no/such/dir.xml").string()});
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_TRUE(bad.err.starts_with("76: Path not found")) << bad.err;
+  EXPECT_EQ(bad.out, "");
+}
+
+TEST_F(CliTest, CheckPrintsCountsAndStatusZero) {
+  const std::string file = Demo(2, "clinic.xml");
+  const Result r = Run({"check", file});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  EXPECT_TRUE(r.out.starts_with(file + ": well-formed XML, " +
+                                std::to_string(fs::file_size(file)) +
+                                " bytes, document element \"Clients\"\n"))
+      << r.out;
+  EXPECT_NE(r.out.find("  ClientAid                4\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("  CurveDatum             640\n"), std::string::npos) << r.out;
+  EXPECT_TRUE(r.out.ends_with("\nstatus: 0\n")) << r.out;
+}
+
+TEST_F(CliTest, CheckReportsWhereAFileDoesNotParse) {
+  struct Case {
+    std::string text;
+    int line;
+  };
+  const Case cases[] = {
+      {"<Clients id=\"1\">\n  <ClientOrPatient id=\"2\">\n  </Clients>\n", 3},
+      {"<Clients id=\"1\">\n<ClientOrPatient id=\"2\"/>\n\n<ClientOrPatient id=2/>\n</Clients>", 4},
+      {"<?xml version=\"1.0\"?>\n<Clients>&undefined;</Clients>", 2},
+      {"<Clients/>\n<Clients/>\n", 2},
+      {"no markup at all", 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::string file = Path("bad.xml").string();
+    WriteFile(file, c.text);
+    const Result r = Run({"check", file});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    const std::string where = "1003: " + file + ", line " + std::to_string(c.line) + ", column ";
+    if (!r.err.starts_with(where)) {
+      ADD_FAILURE() << r.err;
+      continue;
+    }
+    EXPECT_TRUE(std::regex_match(r.err.substr(where.size()),
+                                 std::regex("[1-9][0-9]*: .+ \\(DOMDocument\\)\n")))
+        << r.err;
+  }
+  const Result missing = Run({"check", Path("missing.xml").string()});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_TRUE(missing.err.starts_with("1003: Cannot read ")) << missing.err;
+  EXPECT_NE(missing.err.find("No such file or directory"), std::string::npos) << missing.err;
+}
+
+TEST_F(CliTest, CheckReportsADuplicateIdAnywhereInTheTree) {
+  for (const char* text : {kDuplicateClient, kDuplicatePoint}) {
+    SCOPED_TRACE(text);
+    const std::string file = Path("duplicate.xml").string();
+    WriteFile(file, text);
+    const Result r = Run({"check", file});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(r.out.starts_with(file + ": well-formed XML")) << r.out;
+    EXPECT_EQ(r.out.find("status: 0"), std::string::npos) << r.out;
+    EXPECT_TRUE(r.err.starts_with(kDuplicateKeyError)) << r.err;
+  }
+}
+
+TEST_F(CliTest, RoundtripRewritesTheSameTree) {
+  const std::string in = Demo(3, "in.xml");
+  const std::string out = Path("out.xml").string();
+  const Result r = Run({"roundtrip", in, out});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, in + ": imported 3 clients, status 0\n" + out + ": exported " +
+                       std::to_string(fs::file_size(out)) + " bytes, status 0\n");
+  // Equal but for the comment that dates each export (its second line).
+  auto body = [](const std::string& path) {
+    const std::string text = ReadFile(path);
+    return text.substr(text.find('\n', text.find('\n') + 1));
+  };
+  EXPECT_EQ(body(in), body(out));
+}
+
+TEST_F(CliTest, RoundtripWritesNothingWhenTheInputFails) {
+  struct Case {
+    std::string text;
+    std::string error;
+  };
+  const Case cases[] = {
+      {kDuplicatePoint, kDuplicateKeyError},
+      {"<Clients id=\"1\">", "1003: "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::string in = Path("in.xml").string();
+    WriteFile(in, c.text);
+    const std::string fresh = Path("fresh.xml").string();
+    const Result r = Run({"roundtrip", in, fresh});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(r.err.starts_with(c.error)) << r.err;
+    EXPECT_FALSE(fs::exists(fresh));
+    // A file already at OUT keeps its content.
+    const std::string kept = Path("kept.xml").string();
+    WriteFile(kept, "earlier");
+    EXPECT_EQ(Run({"roundtrip", in, kept}).status, 1);
+    EXPECT_EQ(ReadFile(kept), "earlier");
+  }
+}
+
+TEST_F(CliTest, ShowPrintsAnOutline) {
+  const std::string file = Path("outline.xml").string();
+  WriteFile(file, kOutlineFile);
+  struct Case {
+    std::vector<std::string> args;
+    std::string out;
+  };
+  const Case cases[] = {
+      {{"show", file},
+       std::string("Clients 7: 2 clients\n") + kClient42 +
+           "  Client 43: (no name)\n"
+           "    Aid 1: (no model)\n"},
+      {{"show", "--client", "42", file}, std::string("Clients 7: 2 clients\n") + kClient42},
+      {{"show", file, "--client=43"},
+       "Clients 7: 2 clients\n  Client 43: (no name)\n    Aid 1: (no model)\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.args));
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out, c.out);
+  }
+  const Result missing = Run({"show", file, "--client", "8"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.out, "");
+  EXPECT_EQ(missing.err, "tympora show: no client with id 8 in " + file + "\n");
+}
+
+TEST_F(CliTest, DescribeListsTheInterfaces) {
+  const Result r = Run({"describe"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  for (const char* line : {"\nclass CClients ", "\n  STATUS_BADPATH = 2002\n",
+                           "\n  method ExportXMLPath(sFilePath As String) As CStatus\n"}) {
+    EXPECT_NE(r.out.find(line), std::string::npos) << line;
+  }
+}
+
+TEST_F(CliTest, AnOutputThatCannotBeWrittenIsAFailure) {
+  const Result r = Run({"describe"}, "/dev/full");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "tympora: cannot write the output\n");
+}
+
+}  // namespace

@@ -1,0 +1,187 @@
+// Fuzzes late-bound dispatch: objects created by class name, interfaces asked
+// for by name, and members called by name with Variant arguments of any kind.
+//
+// The input is a program: pick a creatable class, then up to 32 calls, each
+// on an object of the pool (the created object and every object a call
+// returned), through one of its interfaces or a name from the input, with a
+// member name that is one of the interface's (mostly) or arbitrary bytes, a
+// kind, and arguments of every Variant kind (other pool objects among them).
+// Besides "no crash, leak, hang or sanitizer report" it checks that every
+// failure is a tympora::Error with a description, that none is the internal
+// error 51 (a std::exception escaping from a member), and that no returned
+// status reports 51 either.
+//
+// Paths never reach the file system as the input spells them: every argument
+// of a parameter named sFilePath becomes one scratch file, and the file
+// number 7 is open on /dev/null for the members that take a file number.
+#include <fuzzer/FuzzedDataProvider.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tympora/component/dispatch.hpp"
+#include "tympora/component/identity.hpp"
+#include "tympora/node/error.hpp"
+#include "tympora/node/file_layer.hpp"
+
+namespace {
+
+using namespace tympora;
+
+[[noreturn]] void Broken(const char* what, const std::string& detail) {
+  std::fprintf(stderr, "\n*** invariant broken: %s\n%s\n", what, detail.c_str());
+  std::fflush(stderr);
+  std::abort();
+}
+
+constexpr int16_t kOpenFileNumber = 7;
+
+const std::string& ScratchFile() {
+  static const std::string path =
+      (std::filesystem::temp_directory_path() /
+       ("tympora-fuzz-dispatch-" + std::to_string(::getpid()) + ".xml"))
+          .string();
+  return path;
+}
+
+Variant MakeArgument(FuzzedDataProvider& in, const std::vector<ObjectPtr>& pool) {
+  switch (in.ConsumeIntegralInRange<int>(0, 9)) {
+    case 0: return Variant();
+    case 1: return Variant(kNull);
+    case 2: return Variant(in.ConsumeIntegral<int16_t>());
+    case 3: return Variant(in.ConsumeIntegral<int32_t>());
+    case 4: return Variant(in.ConsumeFloatingPoint<double>());
+    case 5: return Variant(Date(in.ConsumeFloatingPoint<double>()));
+    case 6: return Variant(in.ConsumeBool());
+    case 7: return Variant(ObjectPtr());
+    case 8:
+      if (!pool.empty()) return Variant(pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)]);
+      return Variant(ObjectPtr());
+    default: return Variant(in.ConsumeRandomLengthString(64));
+  }
+}
+
+InvokeKind MakeKind(FuzzedDataProvider& in) {
+  switch (in.ConsumeIntegralInRange<int>(0, 3)) {
+    case 0: return InvokeKind::Method;
+    case 1: return InvokeKind::PropertyGet;
+    case 2: return InvokeKind::PropertyPut;
+    default: return static_cast<InvokeKind>(in.ConsumeIntegral<int32_t>());
+  }
+}
+
+// The interface to call through: the default one, one of the object's own,
+// or a name from the input.
+Dispatch Reach(FuzzedDataProvider& in, const ObjectPtr& object) {
+  const int how = in.ConsumeIntegralInRange<int>(0, 3);
+  if (how == 0) return QueryInterface(object, in.ConsumeRandomLengthString(32));
+  const ClassInfo* cls = Library().ClassOf(*object);
+  if (how == 1 || !cls) return QueryInterface(object);
+  const auto& own = cls->interfaces;
+  return QueryInterface(object, own[in.ConsumeIntegralInRange<size_t>(0, own.size() - 1)]->Name());
+}
+
+// With TYMPORA_FUZZ_TRACE set, each call is printed before it runs, so that
+// a reproducer shows what it does.
+bool Tracing() {
+  static const bool on = std::getenv("TYMPORA_FUZZ_TRACE") != nullptr;
+  return on;
+}
+
+void Trace(const Dispatch& itf, const std::string& name, InvokeKind kind,
+           const std::vector<Variant>& args) {
+  std::fprintf(stderr, "call %s.%s kind %d (", std::string(itf.Interface()->Name()).c_str(),
+               name.c_str(), static_cast<int>(kind));
+  for (const Variant& a : args) {
+    std::fprintf(stderr, " kind %d", static_cast<int>(a.Kind()));
+    if (a.Kind() == VariantKind::String) std::fprintf(stderr, " \"%s\"", a.AsString().c_str());
+  }
+  std::fprintf(stderr, " )\n");
+}
+
+// Reports a status object that carries the internal error.
+void CheckResult(const Variant& result) {
+  if (result.Kind() != VariantKind::Object || !result.AsObject()) return;
+  const Dispatch itf = QueryInterface(result.AsObject());
+  if (itf.Interface()->Name() != "_CStatus") return;
+  const Variant number = Invoke(itf, "Number", InvokeKind::PropertyGet);
+  if (number == Variant(int32_t{kErrInternal})) {
+    const Variant text = Invoke(itf, "Description", InvokeKind::PropertyGet);
+    Broken("a member returned the internal error", text.AsString());
+  }
+}
+
+void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
+  const ObjectPtr target = pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)];
+  const Dispatch itf = Reach(in, target);
+  const auto& members = itf.Interface()->members;
+  const MemberInfo* member = nullptr;
+  std::string name;
+  if (in.ConsumeIntegralInRange<int>(0, 7) != 0 && !members.empty()) {
+    member = &members[in.ConsumeIntegralInRange<size_t>(0, members.size() - 1)];
+    name = member->name;
+  } else {
+    name = in.ConsumeRandomLengthString(32);
+  }
+  const InvokeKind kind = member && in.ConsumeBool() ? member->kind : MakeKind(in);
+  std::vector<Variant> args(in.ConsumeIntegralInRange<size_t>(0, 4));
+  for (size_t i = 0; i < args.size(); ++i) {
+    args[i] = MakeArgument(in, pool);
+    if (member && i < member->params.size()) {
+      if (member->params[i].name == "sFilePath") args[i] = Variant(ScratchFile());
+      if (member->params[i].name == "iFileHandle" && in.ConsumeBool()) {
+        args[i] = Variant(kOpenFileNumber);
+      }
+    }
+  }
+  if (Tracing()) Trace(itf, name, kind, args);
+  Variant result;
+  try {
+    result = Invoke(itf, name, kind, args);
+  } catch (const Error& e) {
+    if (e.Number() == kErrInternal) Broken("the internal error escaped", e.Description());
+    // A status raises whatever the host put into it, an empty text too.
+    if (e.Description().empty() && name != "RaiseError") {
+      Broken("an error without a description", std::to_string(e.Number()));
+    }
+    return;
+  }
+  CheckResult(result);
+  if (result.Kind() == VariantKind::Object && result.AsObject() && pool.size() < 64) {
+    pool.push_back(result.AsObject());
+  }
+  for (const Variant& a : args) {
+    if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64) pool.push_back(a.AsObject());
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  OpenFile(kOpenFileNumber, "/dev/null", FileOpenMode::Binary);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  FuzzedDataProvider in(data, size);
+  std::vector<const ClassInfo*> creatable;
+  for (const ClassInfo& cls : Library().Classes()) {
+    if (cls.create) creatable.push_back(&cls);
+  }
+  std::vector<ObjectPtr> pool;
+  pool.push_back(creatable[in.ConsumeIntegralInRange<size_t>(0, creatable.size() - 1)]->create());
+  for (int step = 0; step < 32 && in.remaining_bytes() > 0; ++step) {
+    try {
+      CallOnce(in, pool);
+    } catch (const Error& e) {
+      // QueryInterface refusing an interface name: expected.
+      if (e.Number() != kErrNoInterface) Broken("QueryInterface failed", e.Description());
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora of the fuzz harnesses into tests/fuzz/<harness>/.
+
+The import seeds are the golden files of tests/data, each wrapped in the
+parents it needs below a client list (a test session goes into a client aid
+of a client), plus small hand-made documents for the corners of the parser
+and the import. The conversion seeds are texts of numbers, dates and
+booleans in the forms of the four locales the harness switches between. The
+dispatch seeds are fixed pseudo-random programs. Run it again after a golden
+file changes; the output is deterministic.
+"""
+import pathlib
+import random
+import re
+
+HERE = pathlib.Path(__file__).resolve().parent
+DATA = HERE.parent / "data"
+
+# The parents each record element needs below "Clients".
+PARENTS = {
+    "Clients": [],
+    "ClientOrPatient": ["Clients"],
+    "ClientAid": ["Clients", "ClientOrPatient"],
+    "TestSession": ["Clients", "ClientOrPatient", "ClientAid"],
+    "Examination": ["Clients", "ClientOrPatient", "ClientAid", "TestSession"],
+    "Curve": ["Clients", "ClientOrPatient", "ClientAid", "TestSession", "Examination"],
+}
+
+
+def wrap(text):
+    """The golden document with its record element wrapped in its parents."""
+    match = re.search(r"<([A-Za-z]+)[ >/]", text[text.index("-->"):] if "-->" in text else text)
+    root = match.group(1)
+    parents = PARENTS.get(root, ["Clients"])
+    start = text.index("<" + root)
+    head, body = text[:start], text[start:]
+    opening = "".join('<%s id="%d">' % (p, i + 1) for i, p in enumerate(parents))
+    closing = "".join("</%s>" % p for p in reversed(parents))
+    return head + opening + body.rstrip() + closing + "\r\n"
+
+
+HAND_MADE = {
+    "minimal.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName>Ann</FirstName>'
+                   "</ClientOrPatient></Clients>",
+    "nulls.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName null="true"/>'
+                 '<BirthDate null="TRUE">1950-01-02</BirthDate><Deleted null="1">true</Deleted>'
+                 "</ClientOrPatient></Clients>",
+    "numbers.xml": '<Clients id="12.5"><ClientOrPatient id="&amp;H1F"><ClientAid id=" 3 ">'
+                   "<HearingAidColor>1E+400</HearingAidColor><HearingAidChannels>12abc"
+                   "</HearingAidChannels></ClientAid></ClientOrPatient></Clients>",
+    "id_overflow.xml": '<Clients id="4294967296"/>',
+    "markup.xml": '<?xml version="1.0"?>\r\n<!--c--><Clients id="1"><ClientOrPatient id="2">'
+                  "<LastName>&lt;&amp;&gt;&quot;&apos;&#13;&#x1F3A7;</LastName>"
+                  "<Comment><![CDATA[a]]]]><![CDATA[>b]]></Comment><?pi data?>"
+                  "</ClientOrPatient></Clients>",
+    "prefixed.xml": '<x:Clients xmlns:x="urn:x" id="1"><x:ClientOrPatient id="2">'
+                    "<x:FirstName>Eve</x:FirstName></x:ClientOrPatient></x:Clients>",
+    "doctype.xml": '<!DOCTYPE Clients [<!ENTITY a "aaaaaaaaaa"><!ENTITY b "&a;&a;&a;&a;">'
+                   '<!ENTITY ext SYSTEM "file:///etc/hostname">]>'
+                   '<Clients id="1"><ClientOrPatient id="2"><FirstName>&b;&ext;</FirstName>'
+                   "</ClientOrPatient></Clients>",
+    "nested.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName>'
+                  + "<a>" * 40 + "deep" + "</a>" * 40 + "</FirstName></ClientOrPatient></Clients>",
+    "truncated.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName>Ann</Fir',
+    "mismatched.xml": '<Clients id="1"><ClientOrPatient id="2"></Clients></ClientOrPatient>',
+    "duplicate_ids.xml": '<Clients id="1"><ClientOrPatient id="2"/><ClientOrPatient id="2"/>'
+                         "</Clients>",
+    "dates.xml": '<Clients id="1"><ClientOrPatient id="2"><BirthDate>11/22/2026 3:04:05 PM'
+                 "</BirthDate><LastEntryDate>22.11.2026 15:04:05</LastEntryDate>"
+                 "<RegistrationDate>0100-01-01 00:00:00</RegistrationDate>"
+                 "</ClientOrPatient></Clients>",
+}
+
+ENCODED = {
+    "utf16le_bom.xml": ("\ufeff" + HAND_MADE["minimal.xml"]).encode("utf-16-le"),
+    "utf8_bom.xml": b"\xef\xbb\xbf" + HAND_MADE["minimal.xml"].encode(),
+    "windows1252.xml": b'<?xml version="1.0" encoding="windows-1252"?>\r\n'
+                       b'<Clients id="1"><ClientOrPatient id="2"><FirstName>Ren\xe9 \x80'
+                       b"</FirstName></ClientOrPatient></Clients>",
+    "undeclared_8bit.xml": b'<Clients id="1"><ClientOrPatient id="2"><LastName>M\xfcller'
+                           b"</LastName></ClientOrPatient></Clients>",
+}
+
+CONVERSION_TEXTS = [
+    "0", " 12.5 ", ".5", "-.25", "1E+15", "1.5E-05", "1D3", "&H1F", "&O17", "&HFFFFFFFF",
+    "1.2.3", "12abc", "1E+400", "-1E+400", "1.79769313486232E+308", "4.94065645841247E-324",
+    "1,234.5", "1.234,5", "2147483647.5", "-2147483648.5", "True", "false", "yes", "",
+    "2026-11-22", "2026-11-22 15:04:05", "11/22/2026 3:04:05 PM", "22.11.2026 15:04:05",
+    "22/11/2026 15:04:05", "15:04:05", "3:04 PM", "0100-01-01", "9999-12-31 23:59:59",
+    "  \t\n7", "1e", "+", "&H", "$1,000.00", "(5)", "1 000",
+]
+
+
+def write(folder, name, data):
+    path = HERE / folder / name
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_bytes(data if isinstance(data, bytes) else data.encode())
+
+
+def write_dictionary():
+    """libFuzzer's dictionary for the import: every element name of the golden
+    files as a start tag, an end tag and an empty element, and XML tokens."""
+    names = set()
+    for golden in DATA.glob("*.xml"):
+        names.update(re.findall(r"<([A-Za-z][A-Za-z0-9]*)", golden.read_text(encoding="utf-8")))
+    tokens = ['null="true"', 'id="', "<![CDATA[", "]]>", "<!--", "-->", "<?xml", "?>",
+              "&amp;", "&lt;", "&#13;", "&#x", "<!DOCTYPE", "<!ENTITY", 'encoding="windows-1252"']
+    lines = ['"<%s>"' % n for n in sorted(names)] + ['"</%s>"' % n for n in sorted(names)]
+    lines += ['"<%s/>"' % n for n in sorted(names)]
+    lines += ['"%s"' % t.replace('"', '\\"') for t in tokens]
+    (HERE / "xml_import.dict").write_text("\n".join(lines) + "\n")
+
+
+def main():
+    write_dictionary()
+    for golden in sorted(DATA.glob("*.xml")):
+        write("xml_import", "golden_" + golden.name, wrap(golden.read_text(encoding="utf-8")))
+    for name, text in HAND_MADE.items():
+        write("xml_import", name, text)
+    for name, data in ENCODED.items():
+        write("xml_import", name, data)
+    for i, text in enumerate(CONVERSION_TEXTS):
+        locale = i % 4
+        raw = bytes([locale]) + text.encode()
+        write("conversions", "text_%02d" % i, raw)
+    rng = random.Random(20261122)
+    for i in range(16):
+        write("dispatch", "program_%02d" % i, bytes(rng.randrange(256) for _ in range(64 + 32 * i)))
+
+
+if __name__ == "__main__":
+    main()

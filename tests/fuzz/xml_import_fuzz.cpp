@@ -1,0 +1,136 @@
+// Fuzzes the import road: any bytes are parsed as a document, the document
+// element is imported into a client list, and the list is exported again.
+//
+// Besides "no crash, leak or sanitizer report" it checks:
+// - a text that does not parse leaves the document empty, with a reason and
+//   a position;
+// - ImportXMLNode always returns a status, and a failing one has a text;
+// - whatever an import read can be exported (every value came from XML);
+// - export and import reach a fixpoint after one round: the tree read back
+//   from an export exports to the same element text and compares equal to
+//   the tree read back once more;
+// - the file road (ExportXMLPath) writes exactly the document road's text
+//   after its second parse.
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "tree.hpp"
+#include "tympora/node/dom.hpp"
+#include "tympora/records/clients.hpp"
+
+namespace {
+
+using namespace tympora;
+
+[[noreturn]] void Broken(const char* what, const std::string& detail = {}) {
+  std::fprintf(stderr, "\n*** invariant broken: %s\n%s\n", what, detail.c_str());
+  std::fflush(stderr);
+  std::abort();
+}
+
+std::string Describe(const StatusPtr& status) {
+  return std::to_string(status->Number()) + " " + status->Description() + " [" +
+         status->Source() + "]";
+}
+
+// Imports the element text `xml` (parsed with whitespace kept) into a new list.
+std::shared_ptr<CClients> ImportText(const std::string& xml, const char* step) {
+  DOMDocument doc = DOMDocument::New();
+  doc.preserveWhiteSpace(true);
+  if (!doc.loadXML(xml)) Broken(step, doc.parseError().reason + "\n" + xml);
+  auto clients = std::make_shared<CClients>();
+  DOMNode root = doc.documentElement();
+  StatusPtr status = clients->ImportXMLNode(root);
+  if (!status || status->Number() != 0) Broken(step, (status ? Describe(status) : "no status"));
+  return clients;
+}
+
+// The record's element as ExportXMLDocument builds it.
+std::string ExportElement(CClients& clients, DOMDocument& doc, const char* step) {
+  doc = DOMDocument();
+  StatusPtr status = clients.ExportXMLDocument(doc);
+  if (!status) Broken(step, "no status");
+  if (status->Number() != 0) Broken(step, Describe(status));
+  return doc.documentElement().xml();
+}
+
+std::string WithoutComment(std::string text) {
+  const size_t start = text.find("<!--");
+  const size_t end = text.find("-->", start);
+  if (start != std::string::npos && end != std::string::npos) text.erase(start, end + 3 - start);
+  return text;
+}
+
+const std::string& ScratchFile() {
+  static const std::string path =
+      (std::filesystem::temp_directory_path() /
+       ("tympora-fuzz-import-" + std::to_string(::getpid()) + ".xml"))
+          .string();
+  return path;
+}
+
+// ExportXMLPath must write what the document road writes: the document's
+// text after a second parse without whitespace-only text nodes.
+void CheckFileRoad(CClients& clients, const DOMDocument& exported) {
+  StatusPtr status = clients.ExportXMLPath(ScratchFile());
+  if (!status || status->Number() != 0) {
+    Broken("ExportXMLPath failed where ExportXMLDocument succeeded",
+           status ? Describe(status) : "no status");
+  }
+  std::ifstream in(ScratchFile(), std::ios::binary);
+  std::stringstream file;
+  file << in.rdbuf();
+  DOMDocument reparsed = DOMDocument::New();
+  reparsed.loadXML(exported.xml());
+  const std::string expected = WithoutComment(reparsed.xml());
+  const std::string actual = WithoutComment(file.str());
+  if (actual != expected) Broken("file road differs", "file:\n" + actual + "\nexpected:\n" + expected);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  DOMDocument doc = DOMDocument::New();
+  if (!doc.loadXML(text)) {
+    const DOMParseError& e = doc.parseError();
+    if (e.errorCode == 0 || e.reason.empty() || e.line < 1 || e.linepos < 1) {
+      Broken("parse failure without a located reason", e.reason);
+    }
+    if (doc.documentElement()) Broken("a failed parse left a document element");
+    return 0;
+  }
+  DOMNode root = doc.documentElement();
+  if (!root) Broken("a parsed document without an element");
+
+  auto first = std::make_shared<CClients>();
+  StatusPtr imported = first->ImportXMLNode(root);
+  if (!imported) Broken("ImportXMLNode returned no status");
+  if (imported->Number() != 0 && imported->Description().empty()) {
+    Broken("a failing import without a description", Describe(imported));
+  }
+
+  DOMDocument exported;
+  const std::string once = ExportElement(*first, exported, "export of an imported tree");
+  std::shared_ptr<CClients> second = ImportText(once, "import of an export");
+  DOMDocument again;
+  const std::string twice = ExportElement(*second, again, "second export");
+  std::shared_ptr<CClients> third = ImportText(twice, "second import");
+  DOMDocument thrice;
+  if (ExportElement(*third, thrice, "third export") != twice) {
+    Broken("export text is no fixpoint", twice);
+  }
+  if (const std::string diff = support::CompareTrees(*second, *third); !diff.empty()) {
+    Broken("import of an export is no fixpoint", diff);
+  }
+  CheckFileRoad(*first, exported);
+  return 0;
+}
