@@ -131,7 +131,9 @@ struct DocImpl {
   void RemoveChildren(pugi::xml_node parent, bool shared);
 
   // Replaces the content by the parse of `bytes`; fills parse_error.
-  bool Parse(std::string_view bytes, bool shared);
+  // `owned`, when given, is a malloc'd buffer holding exactly `bytes`; Parse
+  // frees it when done.
+  bool Parse(std::string_view bytes, bool shared, char* owned = nullptr);
   // Replaces the content by an empty tree and records a failure.
   void Fail(DOMParseError error, bool shared);
 
@@ -167,7 +169,10 @@ bool IsXmlName(std::string_view name) noexcept;
 // UTF-8 (with or without mark), UTF-16 LE/BE with mark, and 8-bit text that
 // declares windows-1252 or ISO-8859-1 or that is not valid UTF-8. On failure
 // returns false with a reason and the byte offset in `bytes`.
-bool DecodeDocument(std::string_view bytes, std::string& out, std::string& reason, int64_t& offset);
+// `text` is the result: a view of `bytes` when they need no conversion, else
+// of `out`.
+bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
+                    std::string& reason, int64_t& offset);
 
 // ---- Serialisation (dom_serialize.cpp) -----------------------------------
 

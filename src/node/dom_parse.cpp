@@ -6,6 +6,7 @@
 // the declaration only at the very start, no text outside the element.
 // pugixml never reads a DTD: a DOCTYPE is skipped whole, so no entity is
 // declared, expanded or fetched, and an unknown reference stays literal.
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -108,35 +109,60 @@ void StripBlankText(pugi::xml_node root) {
   }
 }
 
-// Reads the whole file; returns 0 or the errno of the failure.
-int ReadWholeFile(const std::string& path, std::string& bytes) {
+// Parses `text` into `doc`. pugixml works on its own copy, so that `text`
+// still holds the original bytes when a failure must be located in it.
+pugi::xml_parse_result LoadInto(pugi::xml_document& doc, std::string_view text) {
+  return doc.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+}
+
+// Reads the whole file into a malloc'd buffer; returns 0 or the errno of the
+// failure.
+int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
+  data = nullptr;
+  size = 0;
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return errno;
   struct stat st {};
-  if (::fstat(fd, &st) == 0 && st.st_size > 0) bytes.reserve(static_cast<size_t>(st.st_size));
-  char chunk[65536];
+  size_t capacity = (::fstat(fd, &st) == 0 && st.st_size > 0) ? static_cast<size_t>(st.st_size) : 0;
+  capacity = capacity + 1 > 65536 ? capacity + 1 : 65536;  // +1: the end shows without a resize
   int error = 0;
-  for (;;) {
-    const ssize_t got = ::read(fd, chunk, sizeof chunk);
+  data = static_cast<char*>(std::malloc(capacity));
+  if (data == nullptr) error = ENOMEM;
+  while (error == 0) {
+    if (size == capacity) {
+      char* grown = static_cast<char*>(std::realloc(data, capacity * 2));
+      if (grown == nullptr) {
+        error = ENOMEM;
+        break;
+      }
+      data = grown;
+      capacity *= 2;
+    }
+    const ssize_t got = ::read(fd, data + size, capacity - size);
     if (got > 0) {
-      bytes.append(chunk, static_cast<size_t>(got));
+      size += static_cast<size_t>(got);
     } else if (got == 0) {
       break;
     } else if (errno != EINTR) {
       error = errno;
-      break;
     }
   }
   ::close(fd);
+  if (error != 0) {
+    std::free(data);
+    data = nullptr;
+  }
   return error;
 }
 
 }  // namespace
 
-bool DocImpl::Parse(std::string_view bytes, bool shared) {
-  std::string text;
+bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned) {
+  std::unique_ptr<char, decltype(&std::free)> buffer(owned, &std::free);
+  std::string converted;
+  std::string_view text;
   Failure f;
-  if (!DecodeDocument(bytes, text, f.reason, f.offset)) {
+  if (!DecodeDocument(bytes, converted, text, f.reason, f.offset)) {
     Fail(Locate(bytes, std::move(f)), shared);
     return false;
   }
@@ -144,9 +170,7 @@ bool DocImpl::Parse(std::string_view bytes, bool shared) {
   if (!CheckXmlCharacters(text, f.reason, f.offset)) {
     // A character that XML 1.0 forbids, raw or as a reference: reported here
     // with its position, since pugixml would take it (and cut at &#0;).
-  } else if (const pugi::xml_parse_result r =
-                 next->load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
-             !r) {
+  } else if (const pugi::xml_parse_result r = LoadInto(*next, text); !r) {
     f = {r.description(), static_cast<int64_t>(r.offset)};
   } else {
     CheckTopLevel(*next, text.size(), f);
@@ -177,15 +201,16 @@ bool DOMDocument::loadXML(std::string_view text) {
 bool DOMDocument::load(const std::string& path) {
   Check();
   const bool shared = doc_.use_count() > 1;
-  std::string bytes;
-  if (const int error = detail::ReadWholeFile(path, bytes); error != 0) {
+  char* data = nullptr;
+  size_t size = 0;
+  if (const int error = detail::ReadWholeFile(path, data, size); error != 0) {
     DOMParseError e;
     e.errorCode = kDomErrParse;
     e.reason = "Cannot read \"" + path + "\": " + std::generic_category().message(error);
     doc_->Fail(std::move(e), shared);
     return false;
   }
-  return doc_->Parse(bytes, shared);
+  return doc_->Parse(std::string_view(data, size), shared, data);
 }
 
 }  // namespace tympora

@@ -242,21 +242,25 @@ bool IsXmlName(std::string_view name) noexcept {
   return true;
 }
 
-bool DecodeDocument(std::string_view bytes, std::string& out, std::string& reason,
-                    int64_t& offset) {
+bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
+                    std::string& reason, int64_t& offset) {
   if (bytes.size() >= 2 && (bytes.substr(0, 2) == "\xFF\xFE" || bytes.substr(0, 2) == "\xFE\xFF")) {
-    return Utf16ToUtf8(bytes, bytes[0] == '\xFE', out, reason, offset);
+    text = out;
+    if (!Utf16ToUtf8(bytes, bytes[0] == '\xFE', out, reason, offset)) return false;
+    text = out;
+    return true;
   }
   const bool bom = bytes.substr(0, 3) == "\xEF\xBB\xBF";
   const std::string_view body = bom ? bytes.substr(3) : bytes;
   const std::string encoding = bom ? std::string("utf-8") : DeclaredEncoding(body);
   if (IsCp1252Name(encoding) || IsLatin1Name(encoding)) {
     SingleByteToUtf8(body, IsCp1252Name(encoding), out);
+    text = out;
     return true;
   }
   const size_t bad = FirstBadUtf8(body);
   if (bad == body.size()) {
-    out.assign(body);
+    text = body;  // already what the parser reads: no copy
     return true;
   }
   if (IsUtf8Name(encoding)) {
@@ -266,6 +270,7 @@ bool DecodeDocument(std::string_view bytes, std::string& out, std::string& reaso
   }
   // Not UTF-8 and not declared as such: read as Windows-1252.
   SingleByteToUtf8(body, true, out);
+  text = out;
   return true;
 }
 
