@@ -68,12 +68,15 @@ Variant ValueFor(const PropertyDef& p, uint64_t& seed) {
     case PropKind::Double:
       // Thousandths within +-100000: every value has a short exact text.
       return static_cast<double>(Below(seed, 200000001) - 100000000) / 1000.0;
-    case PropKind::String: return TextFor(p.element, seed);
+    case PropKind::String:
+      return TextFor(p.element, seed);
     case PropKind::Date:
-      return MakeDate(static_cast<int>(1900 + Below(seed, 200)), static_cast<int>(1 + Below(seed, 12)),
-                      static_cast<int>(1 + Below(seed, 28)), static_cast<int>(Below(seed, 24)),
-                      static_cast<int>(Below(seed, 60)), static_cast<int>(Below(seed, 60)));
-    case PropKind::Bool: return Below(seed, 2) == 1;
+      return MakeDate(static_cast<int>(1900 + Below(seed, 200)),
+                      static_cast<int>(1 + Below(seed, 12)), static_cast<int>(1 + Below(seed, 28)),
+                      static_cast<int>(Below(seed, 24)), static_cast<int>(Below(seed, 60)),
+                      static_cast<int>(Below(seed, 60)));
+    case PropKind::Bool:
+      return Below(seed, 2) == 1;
   }
   return {};
 }
@@ -100,15 +103,14 @@ void Grow(RecordBase& record, const TreeShape& shape, uint64_t& seed, double nul
   }
 }
 
-std::string Where(const CNode& node) {
-  return node.NodeName() + " " + std::to_string(node.ID());
-}
+std::string Where(const CNode& node) { return node.NodeName() + " " + std::to_string(node.ID()); }
 
 }  // namespace
 
 void FillRecord(RecordBase& record, uint64_t& seed, double null_share) {
   for (const PropertyDef& p : record.Info().properties) {
-    const bool leave_null = null_share > 0 && static_cast<double>(Below(seed, 1000)) < null_share * 1000;
+    const bool leave_null =
+        null_share > 0 && static_cast<double>(Below(seed, 1000)) < null_share * 1000;
     if (leave_null) {
       record.SetPropertyNull(p);
     } else {
@@ -128,7 +130,8 @@ std::shared_ptr<CClients> BuildClinic(const TreeShape& shape) {
 std::string CompareTrees(const CNode& a, const CNode& b) {
   const auto* ra = dynamic_cast<const RecordBase*>(&a);
   const auto* rb = dynamic_cast<const RecordBase*>(&b);
-  if (!ra || !rb || &ra->Info() != &rb->Info()) return Where(a) + ": class differs from " + Where(b);
+  if (!ra || !rb || &ra->Info() != &rb->Info())
+    return Where(a) + ": class differs from " + Where(b);
   if (a.ID() != b.ID()) return Where(a) + ": ID differs from " + std::to_string(b.ID());
   for (const PropertyDef& p : ra->Info().properties) {
     if (ra->IsPropertyNull(p) != rb->IsPropertyNull(p)) {
@@ -149,7 +152,8 @@ std::string CompareTrees(const CNode& a, const CNode& b) {
              std::string(list.property);
     }
     for (int32_t i = 1; i <= na; ++i) {
-      if (la->Key(i) != lb->Key(i)) return Where(a) + ": key " + la->Key(i) + " against " + lb->Key(i);
+      if (la->Key(i) != lb->Key(i))
+        return Where(a) + ": key " + la->Key(i) + " against " + lb->Key(i);
       std::string diff = CompareTrees(*la->NodeItem(i), *lb->NodeItem(i));
       if (!diff.empty()) return diff;
     }

@@ -15,14 +15,14 @@ namespace tympora::support {
 
 // How many children each record gets, by the children's element name.
 struct TreeShape {
-  int32_t clients = 20;            // ClientOrPatient per Clients
-  int32_t aids = 2;                // ClientAid per client
-  int32_t sessions = 2;            // TestSession per aid
-  int32_t examinations = 2;        // Examination per session
-  int32_t curves = 2;              // Curve per examination
-  int32_t curve_points = 20;       // CurveDatum per curve
-  int32_t distortion_points = 5;   // DistortionDatum per curve
-  uint32_t seed = 1;               // the same seed builds the same tree
+  int32_t clients = 20;           // ClientOrPatient per Clients
+  int32_t aids = 2;               // ClientAid per client
+  int32_t sessions = 2;           // TestSession per aid
+  int32_t examinations = 2;       // Examination per session
+  int32_t curves = 2;             // Curve per examination
+  int32_t curve_points = 20;      // CurveDatum per curve
+  int32_t distortion_points = 5;  // DistortionDatum per curve
+  uint32_t seed = 1;              // the same seed builds the same tree
 };
 
 // A client list of `shape`'s size with every property of every client set

@@ -7,6 +7,9 @@ namespace tympora {
 namespace {
 using testing::ChildNamed;
 using testing::ErrorOf;
+using testing::ExportElement;
+using testing::ExportsNull;
+using testing::ImportText;
 
 testing::RecordCase ClientAidCase() {
   return {
@@ -94,18 +97,6 @@ testing::RecordCase ClientAidCase() {
 }
 INSTANTIATE_RECORD_SUITE(ClientAid, ClientAidCase());
 
-StatusPtr ImportText(CClientAid& aid, const std::string& xml) {
-  DOMDocument doc = testing::Parse(xml);
-  DOMElement root = doc.documentElement();
-  return aid.ImportXMLNode(root);
-}
-
-DOMElement Exported(CClientAid& aid) {
-  DOMDocument doc;
-  EXPECT_EQ(aid.ExportXMLDocument(doc)->Number(), 0);
-  return doc.documentElement();
-}
-
 class ClientAidTest : public ::testing::Test {
   testing::LocaleGuard locale_{"C"};
 };
@@ -119,7 +110,7 @@ TEST_F(ClientAidTest, RenamedPropertiesLiveOnlyUnderTheirElementNames) {
     Variant value;
   } rows[] = {{"HearingAidColor", "AidColor", "255", Variant(int32_t{255})},
               {"HearingAidManufacturerCode", "AidManufacturer", "ACME-7", Variant("ACME-7")}};
-  DOMElement element = Exported(aid);
+  DOMElement element = ExportElement(aid);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.element);
     EXPECT_EQ(ChildNamed(element, row.element).text(), row.text);
@@ -139,7 +130,7 @@ TEST_F(ClientAidTest, RenamedPropertiesLiveOnlyUnderTheirElementNames) {
                                       row.property + "></ClientAid>")
                   ->Number(),
               0);
-    EXPECT_TRUE(IsNullNode(ChildNamed(Exported(skipped), row.element)));
+    EXPECT_TRUE(IsNullNode(ChildNamed(ExportElement(skipped), row.element)));
   }
 }
 
@@ -183,7 +174,7 @@ TEST_F(ClientAidTest, ImportOfNumbersDatesAndBooleans) {
                   ->Number(),
               0);
     EXPECT_EQ(aid.PropertyByName(row.element), row.expected);
-    EXPECT_EQ(IsNullNode(ChildNamed(Exported(aid), row.element)), row.expected_null);
+    EXPECT_EQ(IsNullNode(ChildNamed(ExportElement(aid), row.element)), row.expected_null);
   }
 }
 

@@ -7,6 +7,9 @@ namespace tympora {
 namespace {
 using testing::ChildNamed;
 using testing::ErrorOf;
+using testing::ExportElement;
+using testing::ExportsNull;
+using testing::ImportText;
 
 testing::RecordCase ClientCase() {
   return {
@@ -88,18 +91,6 @@ testing::RecordCase ClientCase() {
 }
 INSTANTIATE_RECORD_SUITE(Client, ClientCase());
 
-StatusPtr ImportText(CClient& client, const std::string& xml) {
-  DOMDocument doc = testing::Parse(xml);
-  DOMElement root = doc.documentElement();
-  return client.ImportXMLNode(root);
-}
-
-DOMElement Exported(CClient& client) {
-  DOMDocument doc;
-  EXPECT_EQ(client.ExportXMLDocument(doc)->Number(), 0);
-  return doc.documentElement();
-}
-
 class ClientTest : public ::testing::Test {
   testing::LocaleGuard locale_{"C"};
 };
@@ -107,7 +98,7 @@ class ClientTest : public ::testing::Test {
 TEST_F(ClientTest, CellPhoneLivesOnlyUnderPhoneCell) {
   CClient client;
   client.CellPhone("555-0100");
-  DOMElement element = Exported(client);
+  DOMElement element = ExportElement(client);
   EXPECT_EQ(ChildNamed(element, "PhoneCell").text(), "555-0100");
   EXPECT_TRUE(ChildNamed(element, "CellPhone").IsAbsent());
   EXPECT_EQ(client.PropertyByName("PhoneCell"), Variant("555-0100"));
@@ -125,14 +116,14 @@ TEST_F(ClientTest, CellPhoneLivesOnlyUnderPhoneCell) {
 TEST_F(ClientTest, EmptyTextIsNotNull) {
   CClient client, copy;
   client.FirstName("");
-  DOMElement element = Exported(client);
+  DOMElement element = ExportElement(client);
   DOMNode first = ChildNamed(element, "FirstName");
   EXPECT_EQ(first.attributes().length(), 0);
   EXPECT_EQ(first.childNodes().length(), 0);
   EXPECT_TRUE(IsNullNode(ChildNamed(element, "LastName")));
 
   ASSERT_EQ(copy.ImportXMLNode(element)->Number(), 0);
-  EXPECT_EQ(ChildNamed(Exported(copy), "FirstName").attributes().length(), 0);
+  EXPECT_EQ(ChildNamed(ExportElement(copy), "FirstName").attributes().length(), 0);
 }
 
 TEST_F(ClientTest, ImportOfDatesAndTheDeletedMark) {
@@ -167,7 +158,7 @@ TEST_F(ClientTest, ImportOfDatesAndTheDeletedMark) {
             ->Number(),
         0);
     EXPECT_EQ(client.PropertyByName(row.element), row.expected);
-    EXPECT_EQ(IsNullNode(ChildNamed(Exported(client), row.element)), row.expected_null);
+    EXPECT_EQ(IsNullNode(ChildNamed(ExportElement(client), row.element)), row.expected_null);
   }
 }
 

@@ -6,6 +6,9 @@
 namespace tympora {
 namespace {
 using testing::ErrorOf;
+using testing::ExportElement;
+using testing::ExportsNull;
+using testing::ImportText;
 using testing::ReadFile;
 using testing::Shape;
 using testing::WithoutCreationDate;
@@ -23,12 +26,6 @@ testing::RecordCase ClientsCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(Clients, ClientsCase());
-
-StatusPtr ImportText(CClients& clients, const std::string& xml) {
-  DOMDocument doc = testing::Parse(xml);
-  DOMElement root = doc.documentElement();
-  return clients.ImportXMLNode(root);
-}
 
 std::shared_ptr<CClient> ClientWithId(int32_t id) {
   auto client = std::make_shared<CClient>();

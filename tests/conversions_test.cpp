@@ -378,10 +378,10 @@ namespace {
 // The import's one-pass reader must agree with IsNumericText + TextToNumber
 // wherever it answers, and answer for every text the library writes.
 TEST(ConversionsTest, PlainNumberReaderAgreesWithTheFullRules) {
-  const char* const texts[] = {"0",     "-0",    ".5",     "-.25",   "1E+15", "1.5E-05", "12",
-                               "1.",    "-7",    "1e5",    "1E5",    "+1",    " 1",      "1 ",
-                               "1.2.3", "&H1F",  "",       "-",      ".",     "E5",      "1E",
-                               "1E+",   "1D5",   "1E+400", "1E-400", "00012", "9" };
+  const char* const texts[] = {"0",     "-0",   ".5",     "-.25",   "1E+15", "1.5E-05", "12",
+                               "1.",    "-7",   "1e5",    "1E5",    "+1",    " 1",      "1 ",
+                               "1.2.3", "&H1F", "",       "-",      ".",     "E5",      "1E",
+                               "1E+",   "1D5",  "1E+400", "1E-400", "00012", "9"};
   for (const char* text : texts) {
     SCOPED_TRACE(text);
     double value = 0;

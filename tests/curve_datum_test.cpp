@@ -39,7 +39,8 @@ TEST(CurveDatumTest, FrequencySetterKeepsOnlyZeroTo100000ByEveryWayIn) {
   const struct {
     int32_t value;
     bool stored;
-  } rows[] = {{0, true}, {100000, true}, {440, true}, {100001, false}, {-1, false}, {INT32_MIN, false}};
+  } rows[] = {{0, true},       {100000, true}, {440, true},
+              {100001, false}, {-1, false},    {INT32_MIN, false}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.value);
     CCurveDatum direct, by_name, imported;
@@ -80,8 +81,9 @@ TEST(CurveDatumTest, ImportReadsNumbersAndSkipsWhatIsNoNumber) {
   EXPECT_EQ(d.Frequency(), 0);
   EXPECT_EQ(d.minOutputVal(), 7) << "a missing element keeps its value";
 
-  DOMDocument big = testing::Parse("<CurveDatum><Input>2</Input><Frequency>1E+10</Frequency>"
-                                   "<Other>3</Other></CurveDatum>");
+  DOMDocument big = testing::Parse(
+      "<CurveDatum><Input>2</Input><Frequency>1E+10</Frequency>"
+      "<Other>3</Other></CurveDatum>");
   DOMElement big_root = big.documentElement();
   StatusPtr status = d.ImportXMLNode(big_root);
   EXPECT_EQ(status->Number(), kErrOverflow);

@@ -12,6 +12,9 @@ namespace tympora {
 namespace {
 using testing::ChildNamed;
 using testing::ErrorOf;
+using testing::ExportElement;
+using testing::ExportsNull;
+using testing::ImportText;
 using testing::LocaleGuard;
 using testing::Parse;
 
@@ -63,23 +66,6 @@ testing::RecordCase ExaminationCase() {
 }
 INSTANTIATE_RECORD_SUITE(Examination, ExaminationCase());
 
-DOMElement Export(CExamination& e) {
-  DOMDocument doc;
-  StatusPtr status = e.ExportXMLDocument(doc);
-  EXPECT_EQ(status->Number(), 0) << status->Description();
-  return doc.documentElement();
-}
-
-bool IsNull(CExamination& e, const std::string& element) {
-  return IsNullNode(ChildNamed(Export(e), element));
-}
-
-StatusPtr Import(CExamination& e, const std::string& xml) {
-  DOMDocument doc = Parse(xml);
-  DOMElement root = doc.documentElement();
-  return e.ImportXMLNode(root);
-}
-
 std::vector<int32_t> CurveIds(const CExamination& e) {
   std::vector<int32_t> ids;
   for (const auto& curve : *e.Curves()) ids.push_back(curve->ID());
@@ -104,10 +90,10 @@ TEST(ExaminationTest, NegativeNumberOfCurvesIsIgnoredByEveryWayIn) {
                                  int32_t) { e.PropertyByName("NumberOfCurves", Variant(text)); }},
       {"import",
        [](CExamination& e, const std::string& text, int32_t) {
-         ASSERT_EQ(
-             Import(e, "<Examination><NumberOfCurves>" + text + "</NumberOfCurves></Examination>")
-                 ->Number(),
-             0);
+         ASSERT_EQ(ImportText(e, "<Examination><NumberOfCurves>" + text +
+                                     "</NumberOfCurves></Examination>")
+                       ->Number(),
+                   0);
        }},
   };
   const struct {
@@ -127,7 +113,7 @@ TEST(ExaminationTest, NegativeNumberOfCurvesIsIgnoredByEveryWayIn) {
         if (held) e.NumberOfCurves(3);
         way(e, row.text, row.value);
         EXPECT_EQ(e.NumberOfCurves(), row.stored ? row.value : (held ? 3 : 0));
-        EXPECT_EQ(IsNull(e, "NumberOfCurves"), !row.stored && !held);
+        EXPECT_EQ(ExportsNull(e, "NumberOfCurves"), !row.stored && !held);
       }
     }
   }
@@ -141,19 +127,20 @@ TEST(ExaminationTest, NumberOfCurvesStaysAsSetWhateverHappensToCurves) {
     curve->ID(id);
     e.AddCurve(curve);
   }
-  DOMElement element = Export(e);
+  DOMElement element = ExportElement(e);
   EXPECT_EQ(ChildNamed(element, "NumberOfCurves").text(), "5");
   std::vector<std::string> shape = testing::Shape(element);
   ASSERT_GE(shape.size(), 7u);
   EXPECT_EQ(std::vector<std::string>(shape.end() - 7, shape.end()),
             (std::vector<std::string>{"CRLF", "Curve", "CRLF", "CRLF", "Curve", "CRLF", "CRLF"}));
 
-  ASSERT_EQ(Import(e, "<Examination><Curve id='3'/><Curve id='4'/></Examination>")->Number(), 0);
+  ASSERT_EQ(ImportText(e, "<Examination><Curve id='3'/><Curve id='4'/></Examination>")->Number(),
+            0);
   EXPECT_EQ(CurveIds(e), (std::vector<int32_t>{1, 2, 3, 4}));
   EXPECT_EQ(e.NumberOfCurves(), 5);
   e.ResetCurves();
   EXPECT_EQ(e.NumberOfCurves(), 5);
-  EXPECT_FALSE(IsNull(e, "NumberOfCurves"));
+  EXPECT_FALSE(ExportsNull(e, "NumberOfCurves"));
 }
 
 TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
@@ -165,16 +152,16 @@ TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
         SCOPED_TRACE(std::string(locale) + " '" + text + "'" + (was_set ? " over a date" : ""));
         CExamination e;
         if (was_set) e.LastSaveDate(held);
-        ASSERT_EQ(
-            Import(e, "<Examination><CreateDate>" + text + "</CreateDate><LastSaveDate>" + text +
-                          "</LastSaveDate><CreateTime>" + text + "</CreateTime></Examination>")
-                ->Number(),
-            0);
-        EXPECT_TRUE(IsNull(e, "CreateDate"));
-        EXPECT_EQ(IsNull(e, "LastSaveDate"), !was_set);
+        ASSERT_EQ(ImportText(e, "<Examination><CreateDate>" + text + "</CreateDate><LastSaveDate>" +
+                                    text + "</LastSaveDate><CreateTime>" + text +
+                                    "</CreateTime></Examination>")
+                      ->Number(),
+                  0);
+        EXPECT_TRUE(ExportsNull(e, "CreateDate"));
+        EXPECT_EQ(ExportsNull(e, "LastSaveDate"), !was_set);
         EXPECT_EQ(e.LastSaveDate(), was_set ? held : Date());
         EXPECT_EQ(e.CreateTime(), text) << "a time is plain text";
-        EXPECT_FALSE(IsNull(e, "CreateTime"));
+        EXPECT_FALSE(ExportsNull(e, "CreateTime"));
       }
     }
   }
@@ -198,30 +185,31 @@ TEST(ExaminationTest, DatesRoundTripToTheSecondInEveryLocale) {
       CExamination original;
       original.CreateDate(create);
       original.LastSaveDate(last_save);
-      DOMElement element = Export(original);
+      DOMElement element = ExportElement(original);
       CExamination copy;
       ASSERT_EQ(copy.ImportXMLNode(element)->Number(), 0);
       EXPECT_EQ(Calendar(copy.CreateDate()), Calendar(create))
           << ChildNamed(element, "CreateDate").text();
       EXPECT_EQ(Calendar(copy.LastSaveDate()), Calendar(last_save))
           << ChildNamed(element, "LastSaveDate").text();
-      EXPECT_FALSE(IsNull(copy, "CreateDate"));
-      EXPECT_FALSE(IsNull(copy, "LastSaveDate"));
+      EXPECT_FALSE(ExportsNull(copy, "CreateDate"));
+      EXPECT_FALSE(ExportsNull(copy, "LastSaveDate"));
     }
   }
 }
 
 TEST(ExaminationTest, ImportSkipsOtherLetterCaseAndReadsPrefixedNames) {
   CExamination e;
-  ASSERT_EQ(Import(e,
-                   "<Examination xmlns:m='urn:m'><curve id='1'/><CURVE id='2'/><Ear>2</Ear>"
-                   "<earID>2</earID><comment>c</comment><m:Curve id='3'/><m:Doctor>Who</m:Doctor>"
-                   "</Examination>")
-                ->Number(),
-            0);
+  ASSERT_EQ(
+      ImportText(e,
+                 "<Examination xmlns:m='urn:m'><curve id='1'/><CURVE id='2'/><Ear>2</Ear>"
+                 "<earID>2</earID><comment>c</comment><m:Curve id='3'/><m:Doctor>Who</m:Doctor>"
+                 "</Examination>")
+          ->Number(),
+      0);
   EXPECT_EQ(CurveIds(e), std::vector<int32_t>{3});
-  EXPECT_TRUE(IsNull(e, "EarID"));
-  EXPECT_TRUE(IsNull(e, "Comment"));
+  EXPECT_TRUE(ExportsNull(e, "EarID"));
+  EXPECT_TRUE(ExportsNull(e, "Comment"));
   EXPECT_EQ(e.Doctor(), "Who");
 }
 
@@ -250,13 +238,13 @@ TEST(ExaminationTest, ImportStopsAtTheFirstFailingCurve) {
     auto held = std::make_shared<CCurve>();
     held->ID(9);
     e.AddCurve(held);
-    StatusPtr status = Import(e, "<Examination id='6'><Comment>early</Comment>" + row.curves +
-                                     "<Doctor>late</Doctor></Examination>");
+    StatusPtr status = ImportText(e, "<Examination id='6'><Comment>early</Comment>" + row.curves +
+                                         "<Doctor>late</Doctor></Examination>");
     EXPECT_EQ(status->Number(), row.number) << status->Description();
     EXPECT_EQ(CurveIds(e), row.ids);
     EXPECT_EQ(e.ID(), 6);
     EXPECT_EQ(e.Comment(), "early");
-    EXPECT_EQ(IsNull(e, "Doctor"), row.number != 0) << "later children are not read";
+    EXPECT_EQ(ExportsNull(e, "Doctor"), row.number != 0) << "later children are not read";
   }
 }
 
@@ -299,7 +287,7 @@ TEST(ExaminationTest, ResetCurvesAndResetClearTheCurvesACallerStillHolds) {
     EXPECT_EQ(distortion->ID(), 0);
     EXPECT_EQ(distortion->Distortion(), 0.0);
     EXPECT_EQ(e.ID(), name == "Reset" ? 0 : 3);
-    EXPECT_EQ(IsNull(e, "NumberOfCurves"), name == "Reset");
+    EXPECT_EQ(ExportsNull(e, "NumberOfCurves"), name == "Reset");
 
     e.AddCurve(curve);  // the reset curve has ID 0, a key the new list does not hold
     EXPECT_EQ(CurveIds(e), std::vector<int32_t>{0});

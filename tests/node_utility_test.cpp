@@ -43,44 +43,65 @@ TEST(ExportFrameTest, FailureTable) {
     std::function<StatusPtr(Probe&)> run;
     Expected expected;
   } cases[] = {
-      {"empty path", [](Probe& p) { return p.ExportXMLPath(""); },
+      {"empty path",
+       [](Probe& p) { return p.ExportXMLPath(""); },
        {2002, "Supplied path invalid or missing.", ""}},
-      {"missing folder", [&](Probe& p) { return p.ExportXMLPath(dir / "no/such/x.xml"); },
+      {"missing folder",
+       [&](Probe& p) { return p.ExportXMLPath(dir / "no/such/x.xml"); },
        {kErrPathNotFound, "", ""}},
-      {"folder that is a file", [&](Probe& p) { return p.ExportXMLPath(blocker + "/x.xml"); },
+      {"folder that is a file",
+       [&](Probe& p) { return p.ExportXMLPath(blocker + "/x.xml"); },
        {kErrPathNotFound, "", ""}},
-      {"handle 0", [](Probe& p) { return p.ExportXMLFileHandle(0); }, {2003, "Invalid file handle.", ""}},
-      {"handle 512", [](Probe& p) { return p.ExportXMLFileHandle(512); }, {2003, "Invalid file handle.", ""}},
-      {"handle -1", [](Probe& p) { return p.ExportXMLFileHandle(-1); }, {2003, "Invalid file handle.", ""}},
-      {"handle 511 not open", [](Probe& p) { return p.ExportXMLFileHandle(511); },
+      {"handle 0",
+       [](Probe& p) { return p.ExportXMLFileHandle(0); },
+       {2003, "Invalid file handle.", ""}},
+      {"handle 512",
+       [](Probe& p) { return p.ExportXMLFileHandle(512); },
+       {2003, "Invalid file handle.", ""}},
+      {"handle -1",
+       [](Probe& p) { return p.ExportXMLFileHandle(-1); },
+       {2003, "Invalid file handle.", ""}},
+      {"handle 511 not open",
+       [](Probe& p) { return p.ExportXMLFileHandle(511); },
        {kErrBadFileNumber, "", ""}},
-      {"record fails below the path", [&](Probe& p) {
+      {"record fails below the path",
+       [&](Probe& p) {
          p.fail_number = 1234;
          return p.ExportXMLPath(dir / "failing.xml");
-       }, {1234, "probe failure", "Probe"}},
-      {"record fails into a document", [](Probe& p) {
+       },
+       {1234, "probe failure", "Probe"}},
+      {"record fails into a document",
+       [](Probe& p) {
          p.fail_number = 77;
          DOMDocument doc;
          return p.ExportXMLDocument(doc);
-       }, {77, "probe failure", "Probe"}},
-      {"absent document below a node", [](Probe& p) {
+       },
+       {77, "probe failure", "Probe"}},
+      {"absent document below a node",
+       [](Probe& p) {
          DOMDocument doc;
          DOMElement parent;
          return p.ExportXMLNode(doc, parent);
-       }, {2005, "Object parameter 1 is not initialized.", "Supplied Document Parameter"}},
-      {"absent parent node", [](Probe& p) {
+       },
+       {2005, "Object parameter 1 is not initialized.", "Supplied Document Parameter"}},
+      {"absent parent node",
+       [](Probe& p) {
          DOMDocument doc = DOMDocument::New();
          DOMElement parent;
          return p.ExportXMLNode(doc, parent);
-       }, {2006, "Object parameter 2 is not initialized.", "Supplied Parent Node Parameter"}},
-      {"document that has a root", [](Probe& p) {
+       },
+       {2006, "Object parameter 2 is not initialized.", "Supplied Parent Node Parameter"}},
+      {"document that has a root",
+       [](Probe& p) {
          DOMDocument doc = DOMDocument::New();
          doc.appendChild(doc.createElement("Root"));
          StatusPtr s = p.ExportXMLDocument(doc);
          EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
          return s;
-       }, {kDomErrSecondRoot, "", kDomSource}},
-      {"record returns no document", [&](Probe& p) {
+       },
+       {kDomErrSecondRoot, "", kDomSource}},
+      {"record returns no document",
+       [&](Probe& p) {
          p.no_document = true;
          const int16_t n = FreeFile();
          OpenFile(n, dir / "nodoc.xml");
@@ -88,7 +109,8 @@ TEST(ExportFrameTest, FailureTable) {
          EXPECT_EQ(FileLength(n), 0);
          FileClose(n);
          return s;
-       }, {kErrObjectNotSet, "", ""}},
+       },
+       {kErrObjectNotSet, "", ""}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -98,7 +120,8 @@ TEST(ExportFrameTest, FailureTable) {
   EXPECT_FALSE(std::filesystem::exists(dir / "no"));
   EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
   EXPECT_EQ(ErrorOf([] { CheckThisNode(DOMNode()); }), 2005);
-  EXPECT_EQ(ErrorOf([] { FileLength(1); }), kErrBadFileNumber) << "the failing export closed its file";
+  EXPECT_EQ(ErrorOf([] { FileLength(1); }), kErrBadFileNumber)
+      << "the failing export closed its file";
 }
 
 TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
@@ -287,10 +310,14 @@ TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
     const char* xml;
     bool expected;
   } rows[] = {
-      {"<P null=\"true\"/>", true},       {"<P a=\"1\" null=\"true\">x</P>", true},
-      {"<P null=\"TRUE\"/>", false},      {"<P null=\"1\"/>", false},
-      {"<P null=\" true\"/>", false},     {"<P Null=\"true\"/>", false},
-      {"<P/>", false},                    {"<P nul=\"true\"/>", false},
+      {"<P null=\"true\"/>", true},
+      {"<P a=\"1\" null=\"true\">x</P>", true},
+      {"<P null=\"TRUE\"/>", false},
+      {"<P null=\"1\"/>", false},
+      {"<P null=\" true\"/>", false},
+      {"<P Null=\"true\"/>", false},
+      {"<P/>", false},
+      {"<P nul=\"true\"/>", false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.xml);
@@ -308,11 +335,11 @@ TEST(PropertyElementTest, ReadNodeID) {
     int32_t expected;  // starting from 99
     int32_t error;
   } rows[] = {
-      {"<R id=\"12\"/>", 12, 0},          {"<R id=\"12.5\"/>", 12, 0},
-      {"<R id=\"13.5\"/>", 14, 0},        {"<R id=\"-3\"/>", -3, 0},
-      {"<R id=\"\"/>", 99, 0},            {"<R id=\"abc\"/>", 99, 0},
-      {"<R id=\"12abc\"/>", 99, 0},       {"<R/>", 99, 0},
-      {"<R ID=\"5\"/>", 99, 0},           {"<R id=\"3000000000\"/>", 99, kErrOverflow},
+      {"<R id=\"12\"/>", 12, 0},    {"<R id=\"12.5\"/>", 12, 0},
+      {"<R id=\"13.5\"/>", 14, 0},  {"<R id=\"-3\"/>", -3, 0},
+      {"<R id=\"\"/>", 99, 0},      {"<R id=\"abc\"/>", 99, 0},
+      {"<R id=\"12abc\"/>", 99, 0}, {"<R/>", 99, 0},
+      {"<R ID=\"5\"/>", 99, 0},     {"<R id=\"3000000000\"/>", 99, kErrOverflow},
       {"<R id=\" 7 \"/>", 7, 0},
   };
   for (const auto& row : rows) {

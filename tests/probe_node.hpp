@@ -13,7 +13,7 @@ class Probe : public CNode {
  public:
   std::string name = "probe";
   bool name_null = false;
-  int32_t fail_number = 0;    // CreateXMLElement raises this after its property element
+  int32_t fail_number = 0;     // CreateXMLElement raises this after its property element
   bool absent_status = false;  // ExportXMLDocument returns no status at all
   bool no_document = false;    // ExportXMLDocument succeeds without a document
   int resets = 0;
@@ -36,7 +36,9 @@ class Probe : public CNode {
       element.appendChild(doc.createTextNode(kCrLf));
     });
   }
-  StatusPtr ExportXMLPath(const std::string& path) override { return ExportNodeToPath(path, *this); }
+  StatusPtr ExportXMLPath(const std::string& path) override {
+    return ExportNodeToPath(path, *this);
+  }
   StatusPtr ExportXMLFileHandle(int16_t n) override { return ExportNodeToFileHandle(n, *this); }
   StatusPtr ExportXMLDocument(DOMDocument& doc) override {
     if (no_document) return NewStatus();
@@ -48,7 +50,9 @@ class Probe : public CNode {
   }
   StatusPtr ImportXMLNode(DOMNode&) override { return NewStatus(); }
   StatusPtr ExportTXT(int16_t) override { return NotImplementedStatus("Function ExportTXT"); }
-  StatusPtr ExportPDF(Variant&) override { return NotImplementedStatus("Function CNode_ExportPDF"); }
+  StatusPtr ExportPDF(Variant&) override {
+    return NotImplementedStatus("Function CNode_ExportPDF");
+  }
   StatusPtr ExportPostScript(int16_t) override {
     return NotImplementedStatus("Function CNode_ExportPostScript");
   }

@@ -51,9 +51,9 @@ std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status) {
   return ReadFile(path);
 }
 
-const char* const kTexts[] = {"",      " ",         "\r\n",      "\t",       "  x  ",
-                              "]]>",   "&#13;",     "a\rb",      "<&>\"'",   "\xF0\x9F\x8E\xA7",
-                              "\n\n.", "line\nnext", "Zoë",       "-0",       "x\r"};
+const char* const kTexts[] = {"",      " ",          "\r\n", "\t",     "  x  ",
+                              "]]>",   "&#13;",      "a\rb", "<&>\"'", "\xF0\x9F\x8E\xA7",
+                              "\n\n.", "line\nnext", "Zoë",  "-0",     "x\r"};
 
 // Changes values all over the tree: tricky texts, Null and empty values,
 // extreme numbers.
@@ -66,8 +66,12 @@ void Scramble(RecordBase& record, uint64_t& seed) {
     } else if (p.Kind() == PropKind::String) {
       record.SetProperty(p, Variant(kTexts[pick % std::size(kTexts)]));
     } else if (p.Kind() == PropKind::Double && pick % 3 == 0) {
-      const double extremes[] = {1E+15, -1E-05, std::numeric_limits<double>::max(),
-                                 std::numeric_limits<double>::denorm_min(), 0.1, -0.0};
+      const double extremes[] = {1E+15,
+                                 -1E-05,
+                                 std::numeric_limits<double>::max(),
+                                 std::numeric_limits<double>::denorm_min(),
+                                 0.1,
+                                 -0.0};
       record.SetProperty(p, Variant(extremes[pick % std::size(extremes)]));
     }
   }
@@ -83,9 +87,13 @@ TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
   TempDir dir;
   for (uint32_t seed = 1; seed <= 40; ++seed) {
     SCOPED_TRACE(seed);
-    support::TreeShape shape{.clients = static_cast<int32_t>(seed % 4), .aids = 2, .sessions = 1,
-                             .examinations = 2, .curves = static_cast<int32_t>(seed % 3),
-                             .curve_points = 3, .distortion_points = static_cast<int32_t>(seed % 2),
+    support::TreeShape shape{.clients = static_cast<int32_t>(seed % 4),
+                             .aids = 2,
+                             .sessions = 1,
+                             .examinations = 2,
+                             .curves = static_cast<int32_t>(seed % 3),
+                             .curve_points = 3,
+                             .distortion_points = static_cast<int32_t>(seed % 2),
                              .seed = seed};
     auto clients = support::BuildClinic(shape);
     uint64_t state = seed;
@@ -103,8 +111,13 @@ TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
 
 TEST(RecordWriterTest, EveryRecordClassAsTheRoot) {
   TempDir dir;
-  auto clients = support::BuildClinic({.clients = 1, .aids = 1, .sessions = 1, .examinations = 1,
-                                       .curves = 1, .curve_points = 1, .distortion_points = 1});
+  auto clients = support::BuildClinic({.clients = 1,
+                                       .aids = 1,
+                                       .sessions = 1,
+                                       .examinations = 1,
+                                       .curves = 1,
+                                       .curve_points = 1,
+                                       .distortion_points = 1});
   auto client = clients->Clients()->Item(1);
   auto aid = client->Aids()->Item(1);
   auto session = aid->TestDefinitions()->Item(1);
@@ -112,15 +125,21 @@ TEST(RecordWriterTest, EveryRecordClassAsTheRoot) {
   auto curve = exam->Curves()->Item(1);
   auto speech = std::make_shared<CSpeechMapDatum>();
   speech->maxOutputVal(85.5);
-  std::vector<std::shared_ptr<CNode>> roots = {client, aid, session, exam, curve,
+  std::vector<std::shared_ptr<CNode>> roots = {client,
+                                               aid,
+                                               session,
+                                               exam,
+                                               curve,
                                                curve->CurveData()->Item(1),
                                                curve->DistortionData()->Item(1),
-                                               speech, std::make_shared<CClients>()};
+                                               speech,
+                                               std::make_shared<CClients>()};
   for (const auto& root : roots) {
     SCOPED_TRACE(root->NodeName());
     StatusPtr a, b;
     const std::string expected = DocumentRoad(*root, a);
-    EXPECT_EQ(WithoutCreationDate(FileRoad(*root, dir / "root.xml", b)), WithoutCreationDate(expected));
+    EXPECT_EQ(WithoutCreationDate(FileRoad(*root, dir / "root.xml", b)),
+              WithoutCreationDate(expected));
     EXPECT_EQ(Direct(static_cast<RecordBase&>(*root)), WithoutCreationDate(expected));
   }
 }
@@ -132,24 +151,61 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
     std::function<void(CClients&)> spoil;
   } rows[] = {
       {"control character in a client", [](CClients& c) { c.Clients()->Item(2)->City("a\x01z"); }},
-      {"U+FFFF deep in a curve", [](CClients& c) {
-         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
-             ->Curves()->Item(1)->Name("\xEF\xBF\xBF");
+      {"U+FFFF deep in a curve",
+       [](CClients& c) {
+         c.Clients()
+             ->Item(1)
+             ->Aids()
+             ->Item(1)
+             ->TestDefinitions()
+             ->Item(1)
+             ->Examinations()
+             ->Item(1)
+             ->Curves()
+             ->Item(1)
+             ->Name("\xEF\xBF\xBF");
        }},
       {"invalid UTF-8", [](CClients& c) { c.Clients()->Item(1)->LastName("\xC3("); }},
-      {"NaN in a point", [](CClients& c) {
-         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
-             ->Curves()->Item(1)->CurveData()->Item(1)->InputVal(std::nan(""));
+      {"NaN in a point",
+       [](CClients& c) {
+         c.Clients()
+             ->Item(1)
+             ->Aids()
+             ->Item(1)
+             ->TestDefinitions()
+             ->Item(1)
+             ->Examinations()
+             ->Item(1)
+             ->Curves()
+             ->Item(1)
+             ->CurveData()
+             ->Item(1)
+             ->InputVal(std::nan(""));
        }},
-      {"infinity", [](CClients& c) {
-         c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)->Examinations()->Item(1)
-             ->Curves()->Item(1)->FxSourceAmp(-INFINITY);
+      {"infinity",
+       [](CClients& c) {
+         c.Clients()
+             ->Item(1)
+             ->Aids()
+             ->Item(1)
+             ->TestDefinitions()
+             ->Item(1)
+             ->Examinations()
+             ->Item(1)
+             ->Curves()
+             ->Item(1)
+             ->FxSourceAmp(-INFINITY);
        }},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    auto clients = support::BuildClinic({.clients = 2, .aids = 1, .sessions = 1, .examinations = 1,
-                                         .curves = 1, .curve_points = 2, .distortion_points = 1});
+    auto clients = support::BuildClinic({.clients = 2,
+                                         .aids = 1,
+                                         .sessions = 1,
+                                         .examinations = 1,
+                                         .curves = 1,
+                                         .curve_points = 2,
+                                         .distortion_points = 1});
     row.spoil(*clients);
     StatusPtr document_status, file_status;
     DocumentRoad(*clients, document_status);

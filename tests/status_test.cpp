@@ -47,17 +47,22 @@ TEST(StatusTest, SetErrorTable) {
     Values expected;
   };
   const Case cases[] = {
-      {"2002 without source", {{2002, nullptr}}, {2002, "Supplied path invalid or missing.", "", 0, ""}},
+      {"2002 without source",
+       {{2002, nullptr}},
+       {2002, "Supplied path invalid or missing.", "", 0, ""}},
       {"2001 then 2000 keeps text and source",
        {{2001, "Function ExportTXT"}, {2000, nullptr}},
        {2000, "Not implemented.", "", 0, "Function ExportTXT"}},
       {"0 clears the description", {{2001, "x"}, {0, nullptr}}, {0, "", "", 0, "x"}},
-      {"unknown code keeps the description", {{2003, nullptr}, {7, nullptr}},
+      {"unknown code keeps the description",
+       {{2003, nullptr}, {7, nullptr}},
        {7, "Invalid file handle.", "", 0, ""}},
-      {"empty source is stored", {{2005, "a"}, {2006, ""}},
+      {"empty source is stored",
+       {{2005, "a"}, {2006, ""}},
        {2006, "Object parameter 2 is not initialized.", "", 0, ""}},
       {"2004", {{2004, nullptr}}, {2004, "Unspecified object is not initialized.", "", 0, ""}},
-      {"2005 with source", {{2005, "Supplied This Node Parameter"}},
+      {"2005 with source",
+       {{2005, "Supplied This Node Parameter"}},
        {2005, "Object parameter 1 is not initialized.", "", 0, "Supplied This Node Parameter"}},
       {"negative code", {{-1, nullptr}}, {-1, "", "", 0, ""}},
   };
@@ -65,8 +70,10 @@ TEST(StatusTest, SetErrorTable) {
     SCOPED_TRACE(c.name);
     CStatus s;
     for (const Step& step : c.steps) {
-      if (step.source) s.SetError(step.code, step.source);
-      else s.SetError(step.code);
+      if (step.source)
+        s.SetError(step.code, step.source);
+      else
+        s.SetError(step.code);
     }
     ExpectValues(s, c.expected);
   }
@@ -85,13 +92,17 @@ TEST(StatusTest, OperatorEqualsErrCopiesWhateverIsHandled) {
   full.HelpFile("help.chm");
   full.HelpContext(42);
   const Case cases[] = {
-      {"status raised and captured", [&] { full.RaiseError(); },
+      {"status raised and captured",
+       [&] { full.RaiseError(); },
        {2005, "Object parameter 1 is not initialized.", "help.chm", 42,
         "Supplied This Node Parameter"}},
       {"number 0 raised as is", [] { CStatus().RaiseError(); }, {0, "", "", 0, ""}},
-      {"platform error", [] { RaisePlatformError(kErrOverflow); }, {6, "Overflow", "", 0, "Tympora"}},
+      {"platform error",
+       [] { RaisePlatformError(kErrOverflow); },
+       {6, "Overflow", "", 0, "Tympora"}},
       {"bad_alloc", [] { throw std::bad_alloc(); }, {7, "Out of memory", "", 0, "Tympora"}},
-      {"std exception", [] { throw std::runtime_error("boom"); },
+      {"std exception",
+       [] { throw std::runtime_error("boom"); },
        {51, "Internal error: boom", "", 0, "Tympora"}},
       {"anything else", [] { throw 17; }, {51, "Internal error", "", 0, "Tympora"}},
   };

@@ -10,6 +10,9 @@
 namespace tympora {
 namespace {
 using testing::ChildNamed;
+using testing::ExportElement;
+using testing::ExportsNull;
+using testing::ImportText;
 using testing::LocaleGuard;
 using testing::Parse;
 
@@ -44,23 +47,6 @@ testing::RecordCase TestDefinitionCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(TestDefinition, TestDefinitionCase());
-
-DOMElement Export(CTestDefinition& t) {
-  DOMDocument doc;
-  StatusPtr status = t.ExportXMLDocument(doc);
-  EXPECT_EQ(status->Number(), 0) << status->Description();
-  return doc.documentElement();
-}
-
-bool IsNull(CTestDefinition& t, const std::string& element) {
-  return IsNullNode(ChildNamed(Export(t), element));
-}
-
-StatusPtr Import(CTestDefinition& t, const std::string& xml) {
-  DOMDocument doc = Parse(xml);
-  DOMElement root = doc.documentElement();
-  return t.ImportXMLNode(root);
-}
 
 std::vector<int32_t> ExaminationIds(const CTestDefinition& t) {
   std::vector<int32_t> ids;
@@ -176,7 +162,7 @@ TEST(TestDefinitionTest, SessionRoundTripsThroughADocument) {
     StatusPtr status = copy.ImportXMLNode(root);
     ASSERT_EQ(status->Number(), 0) << status->Description();
     ExpectSameTree(*original, copy);
-    EXPECT_EQ(Export(copy).xml(), root.xml());
+    EXPECT_EQ(ExportElement(copy).xml(), root.xml());
   }
 }
 
@@ -224,9 +210,9 @@ TEST(TestDefinitionTest, DeletedReadsTrueExactlyWhenItsTextContainsTrue) {
       SCOPED_TRACE(row.element + " over " + std::to_string(start));
       CTestDefinition t;
       if (start > 0) t.Deleted(start == 2);
-      ASSERT_EQ(Import(t, "<TestSession>" + row.element + "</TestSession>")->Number(), 0);
+      ASSERT_EQ(ImportText(t, "<TestSession>" + row.element + "</TestSession>")->Number(), 0);
       EXPECT_EQ(t.Deleted(), row.value);
-      EXPECT_EQ(IsNull(t, "Deleted"), row.null);
+      EXPECT_EQ(ExportsNull(t, "Deleted"), row.null);
     }
   }
   // PropertyByName converts by the boolean rules instead: -1 is true, and a
@@ -248,14 +234,14 @@ TEST(TestDefinitionTest, TestDateThatIsNoDateLeavesValueAndFlag) {
         SCOPED_TRACE(std::string(locale) + " '" + text + "'" + (was_set ? " over a date" : ""));
         CTestDefinition t;
         if (was_set) t.TestDate(held);
-        ASSERT_EQ(Import(t, "<TestSession><TestDate>" + text + "</TestDate><TestTime>" + text +
-                                "</TestTime></TestSession>")
+        ASSERT_EQ(ImportText(t, "<TestSession><TestDate>" + text + "</TestDate><TestTime>" + text +
+                                    "</TestTime></TestSession>")
                       ->Number(),
                   0);
         EXPECT_EQ(t.TestDate(), was_set ? held : Date());
-        EXPECT_EQ(IsNull(t, "TestDate"), !was_set);
+        EXPECT_EQ(ExportsNull(t, "TestDate"), !was_set);
         EXPECT_EQ(t.TestTime(), text) << "a time is plain text";
-        EXPECT_FALSE(IsNull(t, "TestTime"));
+        EXPECT_FALSE(ExportsNull(t, "TestTime"));
       }
     }
   }
@@ -263,27 +249,27 @@ TEST(TestDefinitionTest, TestDateThatIsNoDateLeavesValueAndFlag) {
 
 TEST(TestDefinitionTest, ImportSkipsOtherLetterCaseAndReadsPrefixedNames) {
   CTestDefinition t;
-  ASSERT_EQ(Import(t,
-                   "<TestSession xmlns:p='urn:p'><Percode>7</Percode><comment>c</comment>"
-                   "<examination id='1'/><EXAMINATION id='2'/><TestSession id='4'/>"
-                   "<p:Examination id='3'/><p:PerCode>8</p:PerCode></TestSession>")
+  ASSERT_EQ(ImportText(t,
+                       "<TestSession xmlns:p='urn:p'><Percode>7</Percode><comment>c</comment>"
+                       "<examination id='1'/><EXAMINATION id='2'/><TestSession id='4'/>"
+                       "<p:Examination id='3'/><p:PerCode>8</p:PerCode></TestSession>")
                 ->Number(),
             0);
   EXPECT_EQ(ExaminationIds(t), std::vector<int32_t>{3});
   EXPECT_EQ(t.Percode(), 8);
-  EXPECT_TRUE(IsNull(t, "Comment"));
+  EXPECT_TRUE(ExportsNull(t, "Comment"));
 }
 
 TEST(TestDefinitionTest, FailureThreeLevelsDownStopsTheImport) {
   CTestDefinition t;
-  StatusPtr status = Import(t,
-                            "<TestSession id='5'><Comment>before</Comment>"
-                            "<Examination id='1'><Curve id='1'><CurveDatum id='1'/></Curve>"
-                            "</Examination>"
-                            "<Examination id='2'><TestName>partial</TestName><Curve id='1'/>"
-                            "<Curve id='2'><DistortionDatum id='3'/><DistortionDatum id='3'/>"
-                            "</Curve></Examination>"
-                            "<Examination id='3'/><TestType>after</TestType></TestSession>");
+  StatusPtr status = ImportText(t,
+                                "<TestSession id='5'><Comment>before</Comment>"
+                                "<Examination id='1'><Curve id='1'><CurveDatum id='1'/></Curve>"
+                                "</Examination>"
+                                "<Examination id='2'><TestName>partial</TestName><Curve id='1'/>"
+                                "<Curve id='2'><DistortionDatum id='3'/><DistortionDatum id='3'/>"
+                                "</Curve></Examination>"
+                                "<Examination id='3'/><TestType>after</TestType></TestSession>");
   EXPECT_EQ(status->Number(), kErrDuplicateKey);
   EXPECT_EQ(status->Description(),
             "This key is already associated with an element of this collection");
@@ -293,7 +279,7 @@ TEST(TestDefinitionTest, FailureThreeLevelsDownStopsTheImport) {
   const auto& kept = t.Examinations()->Item(1);
   ASSERT_EQ(kept->Curves()->Count(), 1);
   EXPECT_EQ(kept->Curves()->Item(1)->CurveData()->Count(), 1);
-  EXPECT_TRUE(IsNull(t, "TestType")) << "later children are not read";
+  EXPECT_TRUE(ExportsNull(t, "TestType")) << "later children are not read";
 }
 
 TEST(TestDefinitionTest, ImportStopsAtTheFirstExaminationThatCannotBeAdded) {
@@ -320,13 +306,13 @@ TEST(TestDefinitionTest, ImportStopsAtTheFirstExaminationThatCannotBeAdded) {
     auto held = std::make_shared<CExamination>();
     held->ID(9);
     t.AddExamination(held);
-    StatusPtr status = Import(t, "<TestSession><Comment>early</Comment>" + row.examinations +
-                                     "<TestType>late</TestType></TestSession>");
+    StatusPtr status = ImportText(t, "<TestSession><Comment>early</Comment>" + row.examinations +
+                                         "<TestType>late</TestType></TestSession>");
     EXPECT_EQ(status->Number(), row.number) << status->Description();
     EXPECT_EQ(ExaminationIds(t), row.ids);
     EXPECT_EQ(t.Examinations()->Item(1), held);
     EXPECT_EQ(t.Comment(), "early");
-    EXPECT_EQ(IsNull(t, "TestType"), row.number != 0) << "later children are not read";
+    EXPECT_EQ(ExportsNull(t, "TestType"), row.number != 0) << "later children are not read";
   }
 }
 
@@ -365,7 +351,7 @@ TEST(TestDefinitionTest, ResetExaminationsAndResetClearWhatACallerStillHolds) {
     EXPECT_EQ(distortion->ID(), 0);
     EXPECT_EQ(distortion->Frequency(), 0);
     EXPECT_EQ(session->ID(), name == "Reset" ? 0 : 1001);
-    EXPECT_EQ(IsNull(*session, "TestType"), name == "Reset");
+    EXPECT_EQ(ExportsNull(*session, "TestType"), name == "Reset");
   }
 }
 

@@ -3,17 +3,19 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "tympora/node/dom.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/locale.hpp"
+#include "tympora/node/node.hpp"
+#include "tympora/node/node_utility.hpp"
 
 namespace tympora::testing {
 
@@ -58,6 +60,26 @@ inline DOMDocument Parse(const std::string& xml, bool preserve_whitespace = true
   doc.preserveWhiteSpace(preserve_whitespace);
   EXPECT_TRUE(doc.loadXML(xml)) << doc.parseError().reason << " in " << xml;
   return doc;
+}
+
+// The element of `node`, exported into a new document.
+inline DOMElement ExportElement(CNode& node) {
+  DOMDocument doc;
+  StatusPtr status = node.ExportXMLDocument(doc);
+  EXPECT_EQ(status->Number(), 0) << status->Description();
+  return doc ? doc.documentElement() : DOMElement();
+}
+
+// Imports the document element of `xml` into `node`.
+inline StatusPtr ImportText(CNode& node, const std::string& xml) {
+  DOMDocument doc = Parse(xml);
+  DOMElement root = doc.documentElement();
+  return node.ImportXMLNode(root);
+}
+
+// True when `node` exports its property element `element` with null="true".
+inline bool ExportsNull(CNode& node, const std::string& element) {
+  return IsNullNode(ChildNamed(ExportElement(node), element));
 }
 
 // The whole content of a file.

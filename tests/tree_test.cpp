@@ -49,8 +49,14 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
 }
 
 TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
-  TreeShape small{.clients = 2, .aids = 1, .sessions = 1, .examinations = 1, .curves = 1,
-                  .curve_points = 2, .distortion_points = 1, .seed = 7};
+  TreeShape small{.clients = 2,
+                  .aids = 1,
+                  .sessions = 1,
+                  .examinations = 1,
+                  .curves = 1,
+                  .curve_points = 2,
+                  .distortion_points = 1,
+                  .seed = 7};
   auto a = BuildClinic(small);
   const struct {
     const char* name;
@@ -58,16 +64,28 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
     const char* expected;  // a part of the difference text
   } rows[] = {
       {"a value", [](CClients& c) { c.Clients()->Item(1)->FirstName("Other"); }, "FirstName"},
-      {"a null flag", [](CClients& c) {
+      {"a null flag",
+       [](CClients& c) {
          auto client = c.Clients()->Item(2);
          client->SetPropertyNull(client->Info().properties[0]);
-       }, "null flag"},
+       },
+       "null flag"},
       {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); }, "ID"},
-      {"a point list", [](CClients& c) {
-         auto curve = c.Clients()->Item(1)->Aids()->Item(1)->TestDefinitions()->Item(1)
-                          ->Examinations()->Item(1)->Curves()->Item(1);
+      {"a point list",
+       [](CClients& c) {
+         auto curve = c.Clients()
+                          ->Item(1)
+                          ->Aids()
+                          ->Item(1)
+                          ->TestDefinitions()
+                          ->Item(1)
+                          ->Examinations()
+                          ->Item(1)
+                          ->Curves()
+                          ->Item(1);
          curve->ResetCurveData();
-       }, "CurveData"},
+       },
+       "CurveData"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);

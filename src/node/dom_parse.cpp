@@ -6,10 +6,10 @@
 // the declaration only at the very start, no text outside the element.
 // pugixml never reads a DTD: a DOCTYPE is skipped whole, so no entity is
 // declared, expanded or fetched, and an unknown reference stays literal.
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <cstdlib>
 
 #include <algorithm>
 #include <cerrno>

@@ -7,27 +7,48 @@ namespace tympora {
 
 const char* PlatformErrorText(int32_t number) noexcept {
   switch (number) {
-    case kErrInvalidCall: return "Invalid procedure call or argument";
-    case kErrOverflow: return "Overflow";
-    case kErrOutOfMemory: return "Out of memory";
-    case kErrTypeMismatch: return "Type mismatch";
-    case kErrInternal: return "Internal error";
-    case kErrBadFileNumber: return "Bad file name or number";
-    case kErrFileNotFound: return "File not found";
-    case kErrFileAlreadyOpen: return "File already open";
-    case kErrDeviceIO: return "Device I/O error";
-    case kErrFileExists: return "File already exists";
-    case kErrDiskFull: return "Disk full";
-    case kErrTooManyFiles: return "Too many files";
-    case kErrPermissionDenied: return "Permission denied";
-    case kErrPathFileAccess: return "Path/File access error";
-    case kErrPathNotFound: return "Path not found";
-    case kErrObjectNotSet: return "Object variable or With block variable not set";
-    case kErrInvalidUseOfNull: return "Invalid use of Null";
-    case kErrNotSupported: return "Object doesn't support this property or method";
-    case kErrArgumentCount: return "Wrong number of arguments or invalid property assignment";
-    case kErrDuplicateKey: return "This key is already associated with an element of this collection";
-    default: return "";
+    case kErrInvalidCall:
+      return "Invalid procedure call or argument";
+    case kErrOverflow:
+      return "Overflow";
+    case kErrOutOfMemory:
+      return "Out of memory";
+    case kErrTypeMismatch:
+      return "Type mismatch";
+    case kErrInternal:
+      return "Internal error";
+    case kErrBadFileNumber:
+      return "Bad file name or number";
+    case kErrFileNotFound:
+      return "File not found";
+    case kErrFileAlreadyOpen:
+      return "File already open";
+    case kErrDeviceIO:
+      return "Device I/O error";
+    case kErrFileExists:
+      return "File already exists";
+    case kErrDiskFull:
+      return "Disk full";
+    case kErrTooManyFiles:
+      return "Too many files";
+    case kErrPermissionDenied:
+      return "Permission denied";
+    case kErrPathFileAccess:
+      return "Path/File access error";
+    case kErrPathNotFound:
+      return "Path not found";
+    case kErrObjectNotSet:
+      return "Object variable or With block variable not set";
+    case kErrInvalidUseOfNull:
+      return "Invalid use of Null";
+    case kErrNotSupported:
+      return "Object doesn't support this property or method";
+    case kErrArgumentCount:
+      return "Wrong number of arguments or invalid property assignment";
+    case kErrDuplicateKey:
+      return "This key is already associated with an element of this collection";
+    default:
+      return "";
   }
 }
 

@@ -4,11 +4,11 @@
 
 #include <ctime>
 
+#include "node/record_writer.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/file_layer.hpp"
 #include "tympora/node/record.hpp"
-#include "node/record_writer.hpp"
 
 namespace tympora {
 namespace {

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cctype>
 
-#include "tympora/node/conversions.hpp"
-#include "tympora/node/error.hpp"
-#include "tympora/node/node_utility.hpp"
 #include "node/dom_walk.hpp"
 #include "node/number_text.hpp"
 #include "node/record_table.hpp"
+#include "tympora/node/conversions.hpp"
+#include "tympora/node/error.hpp"
+#include "tympora/node/node_utility.hpp"
 
 namespace tympora {
 using table::FieldOf;
@@ -48,7 +48,9 @@ void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::Elem
   }
   const std::string_view text = element.Text(scratch);
   switch (p.Kind()) {
-    case PropKind::String: FieldOf<std::string>(p, record).Set(DecodeXMLText(text)); return;
+    case PropKind::String:
+      FieldOf<std::string>(p, record).Set(DecodeXMLText(text));
+      return;
     case PropKind::Int32: {
       double number;
       if (ReadNumber(text, number)) {
@@ -65,7 +67,9 @@ void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::Elem
     case PropKind::Date:
       if (IsDateValue(text)) FieldOf<Date>(p, record).Set(ToDate(text));
       return;
-    case PropKind::Bool: FieldOf<bool>(p, record).Set(ContainsTrue(text)); return;
+    case PropKind::Bool:
+      FieldOf<bool>(p, record).Set(ContainsTrue(text));
+      return;
   }
 }
 
@@ -110,11 +114,16 @@ std::string RecordBase::NodeName() const { return std::string(Info().node_name);
 
 Variant RecordBase::GetProperty(const PropertyDef& p) const {
   switch (p.Kind()) {
-    case PropKind::Int32: return FieldOf<int32_t>(p, *this).Get();
-    case PropKind::Double: return FieldOf<double>(p, *this).Get();
-    case PropKind::String: return FieldOf<std::string>(p, *this).Get();
-    case PropKind::Date: return FieldOf<Date>(p, *this).Get();
-    case PropKind::Bool: return FieldOf<bool>(p, *this).Get();
+    case PropKind::Int32:
+      return FieldOf<int32_t>(p, *this).Get();
+    case PropKind::Double:
+      return FieldOf<double>(p, *this).Get();
+    case PropKind::String:
+      return FieldOf<std::string>(p, *this).Get();
+    case PropKind::Date:
+      return FieldOf<Date>(p, *this).Get();
+    case PropKind::Bool:
+      return FieldOf<bool>(p, *this).Get();
   }
   return {};
 }
@@ -131,10 +140,18 @@ void RecordBase::SetProperty(const PropertyDef& p, const Variant& value) {
       if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, *this).Set(v);
       return;
     }
-    case PropKind::Double: FieldOf<double>(p, *this).Set(ToDouble(value)); return;
-    case PropKind::String: FieldOf<std::string>(p, *this).Set(ToString(value)); return;
-    case PropKind::Date: FieldOf<Date>(p, *this).Set(ToDate(value)); return;
-    case PropKind::Bool: FieldOf<bool>(p, *this).Set(ToBoolean(value)); return;
+    case PropKind::Double:
+      FieldOf<double>(p, *this).Set(ToDouble(value));
+      return;
+    case PropKind::String:
+      FieldOf<std::string>(p, *this).Set(ToString(value));
+      return;
+    case PropKind::Date:
+      FieldOf<Date>(p, *this).Set(ToDate(value));
+      return;
+    case PropKind::Bool:
+      FieldOf<bool>(p, *this).Set(ToBoolean(value));
+      return;
   }
 }
 
@@ -217,7 +234,9 @@ StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
 }
 
 StatusPtr RecordBase::ExportTXT(int16_t) { return NotImplementedStatus(Info().txt_source); }
-StatusPtr RecordBase::ExportPDF(Variant&) { return NotImplementedStatus("Function CNode_ExportPDF"); }
+StatusPtr RecordBase::ExportPDF(Variant&) {
+  return NotImplementedStatus("Function CNode_ExportPDF");
+}
 StatusPtr RecordBase::ExportPostScript(int16_t) {
   return NotImplementedStatus("Function CNode_ExportPostScript");
 }

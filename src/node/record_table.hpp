@@ -45,23 +45,24 @@ ChildListDef Children(std::string_view property, std::string_view add_member,
                       std::string_view reset_member) {
   using R = typename MemberOf<decltype(M)>::Record;
   using C = typename MemberOf<decltype(M)>::Field::element_type::value_type;
-  return ChildListDef{
-      C::kNodeName,
-      property,
-      add_member,
-      reset_member,
-      [](const RecordBase& r) -> const NodeCollection* { return (static_cast<const R&>(r).*M).get(); },
-      [](RecordBase& r) { ResetCollection(static_cast<R&>(r).*M); },
-      []() -> std::shared_ptr<CNode> { return std::make_shared<C>(); },
-      [](RecordBase& r, const std::shared_ptr<CNode>& node) {
-        if (!node) RaisePlatformError(kErrObjectNotSet);
-        auto child = std::dynamic_pointer_cast<C>(node);
-        if (!child) RaisePlatformError(kErrTypeMismatch);
-        AddChildRecord(static_cast<R&>(r).*M, child);
-      },
-      [](const RecordBase& r) -> std::shared_ptr<NodeCollection> {
-        return static_cast<const R&>(r).*M;
-      }};
+  return ChildListDef{C::kNodeName,
+                      property,
+                      add_member,
+                      reset_member,
+                      [](const RecordBase& r) -> const NodeCollection* {
+                        return (static_cast<const R&>(r).*M).get();
+                      },
+                      [](RecordBase& r) { ResetCollection(static_cast<R&>(r).*M); },
+                      []() -> std::shared_ptr<CNode> { return std::make_shared<C>(); },
+                      [](RecordBase& r, const std::shared_ptr<CNode>& node) {
+                        if (!node) RaisePlatformError(kErrObjectNotSet);
+                        auto child = std::dynamic_pointer_cast<C>(node);
+                        if (!child) RaisePlatformError(kErrTypeMismatch);
+                        AddChildRecord(static_cast<R&>(r).*M, child);
+                      },
+                      [](const RecordBase& r) -> std::shared_ptr<NodeCollection> {
+                        return static_cast<const R&>(r).*M;
+                      }};
 }
 
 }  // namespace tympora::table

@@ -47,7 +47,9 @@ void AppendEscaped(TextBuffer& out, std::string_view s) {
 void PropertyText(const PropertyDef& p, const RecordBase& r, std::string& text) {
   text.clear();
   switch (p.Kind()) {
-    case PropKind::Int32: text = std::to_string(FieldOf<int32_t>(p, r).Get()); return;
+    case PropKind::Int32:
+      text = std::to_string(FieldOf<int32_t>(p, r).Get());
+      return;
     case PropKind::Double: {
       const double v = FieldOf<double>(p, r).Get();
       if (!std::isfinite(v)) RaisePlatformError(kErrOverflow);
@@ -55,9 +57,15 @@ void PropertyText(const PropertyDef& p, const RecordBase& r, std::string& text) 
       AppendMagnitude(text, std::fabs(v), ".", false);
       return;
     }
-    case PropKind::String: text = FieldOf<std::string>(p, r).Get(); return;
-    case PropKind::Date: text = TrimText(ValueToText(FieldOf<Date>(p, r).Get())); return;
-    case PropKind::Bool: text = FieldOf<bool>(p, r).Get() ? "True" : "False"; return;
+    case PropKind::String:
+      text = FieldOf<std::string>(p, r).Get();
+      return;
+    case PropKind::Date:
+      text = TrimText(ValueToText(FieldOf<Date>(p, r).Get()));
+      return;
+    case PropKind::Bool:
+      text = FieldOf<bool>(p, r).Get() ? "True" : "False";
+      return;
   }
 }
 

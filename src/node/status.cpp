@@ -11,14 +11,22 @@ namespace tympora {
 
 const char* StatusNumText(int32_t code) noexcept {
   switch (code) {
-    case STATUS_OK: return "";
-    case STATUS_UNIMPLEMENTED: return "Not implemented.";
-    case STATUS_BADPATH: return "Supplied path invalid or missing.";
-    case STATUS_BADHANDLE: return "Invalid file handle.";
-    case STATUS_UNINIT_OBJECT: return "Unspecified object is not initialized.";
-    case STATUS_UNINIT_OBJECT_1: return "Object parameter 1 is not initialized.";
-    case STATUS_UNINIT_OBJECT_2: return "Object parameter 2 is not initialized.";
-    default: return nullptr;
+    case STATUS_OK:
+      return "";
+    case STATUS_UNIMPLEMENTED:
+      return "Not implemented.";
+    case STATUS_BADPATH:
+      return "Supplied path invalid or missing.";
+    case STATUS_BADHANDLE:
+      return "Invalid file handle.";
+    case STATUS_UNINIT_OBJECT:
+      return "Unspecified object is not initialized.";
+    case STATUS_UNINIT_OBJECT_1:
+      return "Object parameter 1 is not initialized.";
+    case STATUS_UNINIT_OBJECT_2:
+      return "Object parameter 2 is not initialized.";
+    default:
+      return nullptr;
   }
 }
 

@@ -19,9 +19,7 @@ class CCurveDatum final : public RecordBase {
   CCurveDatum() { Reset(); }
 
   // True for the frequencies the setter stores: 0 to 100000.
-  static bool FrequencyAccepted(int32_t lValue) noexcept {
-    return lValue >= 0 && lValue <= 100000;
-  }
+  static bool FrequencyAccepted(int32_t lValue) noexcept { return lValue >= 0 && lValue <= 100000; }
 
   // Getters return the stored value (a Null value reads 0); setters store it
   // and clear the null flag.

@@ -27,12 +27,12 @@ namespace tympora {
 
 // Error numbers of the DOM.
 enum DomError : int32_t {
-  kDomErrSecondRoot = 1001,    // a second element at the top of a document
-  kDomErrInvalidChar = 1002,   // a character that XML 1.0 does not allow
-  kDomErrParse = 1003,         // a text or file that does not parse, where that matters
-  kDomErrHierarchy = 1004,     // a node that cannot be inserted or used there
-  kDomErrInvalidName = 1005,   // a name that is not an XML name
-  kDomErrWrongDocument = 1006, // a node of another document
+  kDomErrSecondRoot = 1001,     // a second element at the top of a document
+  kDomErrInvalidChar = 1002,    // a character that XML 1.0 does not allow
+  kDomErrParse = 1003,          // a text or file that does not parse, where that matters
+  kDomErrHierarchy = 1004,      // a node that cannot be inserted or used there
+  kDomErrInvalidName = 1005,    // a name that is not an XML name
+  kDomErrWrongDocument = 1006,  // a node of another document
 };
 
 // The description of a DomError number; the empty text for other numbers.
@@ -105,9 +105,7 @@ class DOMNode {
   // Serialisation of this node and everything below it.
   std::string xml() const;
 
-  friend bool operator==(const DOMNode& a, const DOMNode& b) noexcept {
-    return a.node_ == b.node_;
-  }
+  friend bool operator==(const DOMNode& a, const DOMNode& b) noexcept { return a.node_ == b.node_; }
 
  private:
   friend struct detail::DocImpl;
@@ -161,11 +159,11 @@ class DOMNamedNodeMap {
 
 // Where and why the last load or loadXML failed.
 struct DOMParseError {
-  int32_t errorCode = 0;   // 0 after a successful parse
-  std::string reason;      // the parser's description
-  int32_t line = 0;        // 1-based line of the failure
-  int32_t linepos = 0;     // 1-based column (in bytes) of the failure
-  int64_t filepos = 0;     // 0-based byte offset of the failure
+  int32_t errorCode = 0;  // 0 after a successful parse
+  std::string reason;     // the parser's description
+  int32_t line = 0;       // 1-based line of the failure
+  int32_t linepos = 0;    // 1-based column (in bytes) of the failure
+  int64_t filepos = 0;    // 0-based byte offset of the failure
 };
 
 // A document. DOMDocument::New() makes one; a default-constructed handle is absent.

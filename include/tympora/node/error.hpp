@@ -14,26 +14,26 @@ namespace tympora {
 // Error numbers of the platform layer (conversions, file layer, collections).
 // Hosts compare against these numbers, so they never change.
 enum PlatformError : int32_t {
-  kErrInvalidCall = 5,         // "Invalid procedure call or argument"
-  kErrOverflow = 6,            // "Overflow"
-  kErrOutOfMemory = 7,         // "Out of memory"
-  kErrTypeMismatch = 13,       // "Type mismatch"
-  kErrInternal = 51,           // "Internal error"
-  kErrBadFileNumber = 52,      // "Bad file name or number"
-  kErrFileNotFound = 53,       // "File not found"
-  kErrFileAlreadyOpen = 55,    // "File already open"
-  kErrDeviceIO = 57,           // "Device I/O error"
-  kErrFileExists = 58,         // "File already exists"
-  kErrDiskFull = 61,           // "Disk full"
-  kErrTooManyFiles = 67,       // "Too many files"
-  kErrPermissionDenied = 70,   // "Permission denied"
-  kErrPathFileAccess = 75,     // "Path/File access error"
-  kErrPathNotFound = 76,       // "Path not found"
-  kErrObjectNotSet = 91,       // "Object variable or With block variable not set"
-  kErrInvalidUseOfNull = 94,   // "Invalid use of Null"
-  kErrNotSupported = 438,      // "Object doesn't support this property or method"
-  kErrArgumentCount = 450,     // "Wrong number of arguments or invalid property assignment"
-  kErrDuplicateKey = 457,      // "This key is already associated with an element of this collection"
+  kErrInvalidCall = 5,        // "Invalid procedure call or argument"
+  kErrOverflow = 6,           // "Overflow"
+  kErrOutOfMemory = 7,        // "Out of memory"
+  kErrTypeMismatch = 13,      // "Type mismatch"
+  kErrInternal = 51,          // "Internal error"
+  kErrBadFileNumber = 52,     // "Bad file name or number"
+  kErrFileNotFound = 53,      // "File not found"
+  kErrFileAlreadyOpen = 55,   // "File already open"
+  kErrDeviceIO = 57,          // "Device I/O error"
+  kErrFileExists = 58,        // "File already exists"
+  kErrDiskFull = 61,          // "Disk full"
+  kErrTooManyFiles = 67,      // "Too many files"
+  kErrPermissionDenied = 70,  // "Permission denied"
+  kErrPathFileAccess = 75,    // "Path/File access error"
+  kErrPathNotFound = 76,      // "Path not found"
+  kErrObjectNotSet = 91,      // "Object variable or With block variable not set"
+  kErrInvalidUseOfNull = 94,  // "Invalid use of Null"
+  kErrNotSupported = 438,     // "Object doesn't support this property or method"
+  kErrArgumentCount = 450,    // "Wrong number of arguments or invalid property assignment"
+  kErrDuplicateKey = 457,     // "This key is already associated with an element of this collection"
 };
 
 // The conventional description of a platform error number; the empty text
@@ -46,8 +46,8 @@ inline constexpr const char* kLibrarySource = "Tympora";
 // A raised error: the five values of a status. what() returns Description.
 class Error : public std::exception {
  public:
-  Error(int32_t number, std::string description, std::string source,
-        std::string help_file = {}, int32_t help_context = 0);
+  Error(int32_t number, std::string description, std::string source, std::string help_file = {},
+        int32_t help_context = 0);
 
   int32_t Number() const noexcept { return number_; }
   const std::string& Description() const noexcept { return description_; }

@@ -14,13 +14,13 @@ namespace tympora {
 
 // The forms of one locale, as the conversions use them.
 struct LocaleSettings {
-  std::string name;          // the locale's name as given ("" for the environment's)
-  char date_order[3];        // 'd', 'm', 'y' in the order of the short date
+  std::string name;    // the locale's name as given ("" for the environment's)
+  char date_order[3];  // 'd', 'm', 'y' in the order of the short date
   std::string date_separator;
   bool iso_dates = false;    // C/POSIX: dates yyyy-mm-dd, times HH:MM:SS
   bool twelve_hour = false;  // the long time form uses hours 1-12 with AM/PM
   std::string time_separator;
-  std::string am, pm;        // the AM and PM texts of a 12-hour form
+  std::string am, pm;  // the AM and PM texts of a 12-hour form
   std::string decimal_separator;
   std::string thousands_separator;  // may be empty
 };

@@ -47,8 +47,8 @@ struct PropertyDef {
 
 // One child list of a container record.
 struct ChildListDef {
-  std::string_view element;   // the children's element name (their NodeName)
-  std::string_view property;  // the list's member name (CurveData ...)
+  std::string_view element;       // the children's element name (their NodeName)
+  std::string_view property;      // the list's member name (CurveData ...)
   std::string_view add_member;    // AddCurveDatum ...
   std::string_view reset_member;  // ResetCurveData ...
   const NodeCollection* (*list)(const RecordBase&);
@@ -74,9 +74,9 @@ class RecordInfo {
              std::vector<PropertyDef> properties, std::vector<ChildListDef> children = {},
              std::vector<Alias> aliases = {}, bool id_by_name = false);
 
-  std::string_view node_name;   // "CurveDatum"
-  std::string_view class_name;  // "CCurveDatum"
-  const char* txt_source;       // the source of ExportTXT's 2001 status
+  std::string_view node_name;           // "CurveDatum"
+  std::string_view class_name;          // "CCurveDatum"
+  const char* txt_source;               // the source of ExportTXT's 2001 status
   std::vector<PropertyDef> properties;  // in export order
   std::vector<ChildListDef> children;   // in export order
   std::vector<Alias> aliases;

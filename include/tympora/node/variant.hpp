@@ -60,8 +60,8 @@ class Variant {
   Variant(bool b) : v_(b) {}
   Variant(ObjectPtr o) : v_(std::move(o)) {}
   template <class T>
-    requires std::is_base_of_v<Object, T>
-  Variant(std::shared_ptr<T> o) : v_(ObjectPtr(std::move(o))) {}
+  requires std::is_base_of_v<Object, T> Variant(std::shared_ptr<T> o)
+      : v_(ObjectPtr(std::move(o))) {}
 
   VariantKind Kind() const noexcept { return static_cast<VariantKind>(kKinds[v_.index()]); }
   bool IsEmpty() const noexcept { return v_.index() == 0; }
