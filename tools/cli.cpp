@@ -91,7 +91,8 @@ std::string HelpText(const CommandSpec& spec) {
   std::string text = "Usage: tympora " + std::string(spec.name);
   if (!spec.options.empty()) text += " [OPTIONS]";
   if (!spec.operands.empty()) text += " " + std::string(spec.operands);
-  text += "\n\n" + std::string(spec.summary) + "\n\n" + std::string(spec.details) + "\n\nOptions:\n";
+  text +=
+      "\n\n" + std::string(spec.summary) + "\n\n" + std::string(spec.details) + "\n\nOptions:\n";
   for (const OptionSpec& option : spec.options) {
     std::string left = "  --" + std::string(option.name);
     if (!option.value_name.empty()) left += " " + std::string(option.value_name);

@@ -43,7 +43,7 @@ class CommandFailure : public std::runtime_error {
 // One option of a subcommand, written "--name" or "--name VALUE" (also
 // "--name=VALUE").
 struct OptionSpec {
-  std::string_view name;  // without the leading dashes
+  std::string_view name;        // without the leading dashes
   std::string_view value_name;  // empty for an option that takes no value
   std::string_view help;
 };

@@ -94,10 +94,10 @@ int RunDemo(const Arguments& args) {
 
   std::shared_ptr<CClients> clinic, copy;
   DOMDocument document;
-  const auto built = Timed("building the clinic", progress,
-                           [&] { clinic = support::BuildClinic(shape); });
-  const auto exported = Timed("exporting", progress,
-                              [&] { ThrowIfFailed(clinic->ExportXMLPath(file.Path())); });
+  const auto built =
+      Timed("building the clinic", progress, [&] { clinic = support::BuildClinic(shape); });
+  const auto exported =
+      Timed("exporting", progress, [&] { ThrowIfFailed(clinic->ExportXMLPath(file.Path())); });
   const auto loaded = Timed("loading", progress, [&] { document = LoadFile(file.Path()); });
   const auto imported = Timed("importing", progress, [&] { copy = ImportClients(document); });
   std::string difference;

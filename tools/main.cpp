@@ -14,9 +14,8 @@ namespace tympora::cli {
 namespace {
 
 constexpr Command kCommands[] = {
-    {DemoSpec, RunDemo},           {ShowSpec, RunShow},
-    {CheckSpec, RunCheck},         {RoundtripSpec, RunRoundtrip},
-    {DescribeSpec, RunDescribe},
+    {DemoSpec, RunDemo},           {ShowSpec, RunShow},         {CheckSpec, RunCheck},
+    {RoundtripSpec, RunRoundtrip}, {DescribeSpec, RunDescribe},
 };
 
 const Command* FindCommand(std::string_view name) {
@@ -93,8 +92,8 @@ int Main(const std::vector<std::string>& words) {
   }
   const Command* command = FindCommand(first);
   if (!command) {
-    return UsageFailure({}, (first.starts_with("-") ? "unknown option '" : "unknown command '") +
-                                first + "'");
+    return UsageFailure(
+        {}, (first.starts_with("-") ? "unknown option '" : "unknown command '") + first + "'");
   }
   return Run(*command, words);
 }

@@ -52,7 +52,7 @@ std::string CurveLine(const CCurve& curve) {
       low = std::min(low, point->Frequency());
       high = std::max(high, point->Frequency());
     }
-    line += ", " + std::to_string(low) + "-" + std::to_string(high) + " Hz";
+    line += ", " + std::to_string(low) + (low == high ? "" : "-" + std::to_string(high)) + " Hz";
   }
   const int32_t distortion = curve.DistortionData()->Count();
   return line + ", " + std::to_string(distortion) +
@@ -79,8 +79,7 @@ void ShowClient(const CClient& client, std::string& out) {
            Join({Or(model, "(no model)"), ear.empty() ? "" : ear + " ear"}, ", ") + "\n";
     for (const auto& session : *aid->TestDefinitions()) {
       out += Head("      ", "Session", *session) +
-             Join({Or(Text(*session, "TestDate"), "(no date)"), Text(*session, "TestType")},
-                  ", ") +
+             Join({Or(Text(*session, "TestDate"), "(no date)"), Text(*session, "TestType")}, ", ") +
              "\n";
       for (const auto& exam : *session->Examinations()) ShowExamination(*exam, out);
     }
