@@ -11,14 +11,13 @@
 // then a few times in this process for its best time.
 //
 //   tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]
-//                 [--lxml-script PATH] [--only OPS]
+//                 [--lxml-script PATH] [--only OPS] [--clock cpu|wall]
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -49,6 +48,7 @@ struct Options {
   std::string python = "/usr/bin/python3";
   std::string lxml_script;
   std::string only;  // comma-separated operation keys; empty: all
+  Clock clock = Clock::Cpu;
 };
 
 // The short names of the operations, for --only.
@@ -67,11 +67,12 @@ bool Selected(const Options& o, Op op) {
   if (complaint) std::fprintf(out, "tympora_bench: %s\n", complaint);
   std::fprintf(out,
                "usage: tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]\n"
-               "                     [--lxml-script PATH] [--only OPS]\n"
+               "                     [--lxml-script PATH] [--only OPS] [--clock cpu|wall]\n"
                "  --sizes   file sizes to measure, in MB (10^6 bytes), comma-separated\n"
                "  --runs    timed runs per operation; the best counts\n"
                "  --dir     where the files are written (default: $TMPDIR or /tmp)\n"
                "  --python  the interpreter for the lxml anchor (default /usr/bin/python3)\n"
+               "  --clock   cpu (default: CPU time of the process, user and system) or wall\n"
                "  --only    run only these operations (for profiling): path, document,\n"
                "            document-xml, a, b, import, load, c, d; the file of path is still\n"
                "            written once for the others to read\n");
@@ -122,6 +123,9 @@ Options ParseOptions(int argc, char** argv) {
       o.lxml_script = value;
     } else if (arg == "--only") {
       o.only = value;
+    } else if (arg == "--clock") {
+      if (value != "cpu" && value != "wall") Usage("bad --clock");
+      o.clock = value == "cpu" ? Clock::Cpu : Clock::Wall;
     } else {
       Usage(("unknown option " + arg).c_str());
     }
@@ -182,10 +186,6 @@ void Require(const StatusPtr& status, const char* what) {
   }
 }
 
-double Seconds(std::chrono::steady_clock::time_point since) {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
 // File bytes of a clinic: a fixed part plus so much per client.
 struct Calibration {
   double fixed = 0;
@@ -218,6 +218,14 @@ std::string CompareWithPlain(const RecordBase& tree, const std::string& file) {
          plain.substr(at, 60) + "\"";
 }
 
+// The one-minute load average, as the kernel prints it.
+std::string LoadAverage() {
+  std::ifstream in("/proc/loadavg");
+  std::string first;
+  in >> first;
+  return first.empty() ? "?" : first;
+}
+
 std::string Quote(const std::string& s) {
   std::string out = "'";
   for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -232,7 +240,8 @@ Measurement RunLxml(const Options& o, const Workspace& ws, int64_t records) {
     return m;
   }
   const std::string command = Quote(o.python) + " " + Quote(o.lxml_script) + " " +
-                              Quote(ws.Path("export.xml")) + " " + Quote(ws.Path("schema.txt"));
+                              Quote(ws.Path("export.xml")) + " " + Quote(ws.Path("schema.txt")) +
+                              (o.clock == Clock::Cpu ? " cpu" : " wall");
   double spent = 0;
   for (int run = 0; run < o.runs && spent < o.budget; ++run) {
     std::fflush(nullptr);
@@ -335,9 +344,9 @@ SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const Wo
   std::fprintf(stderr, "%g MB: building %d clients\n", mb, r.clients);
   ReleaseFreeMemory();
   const int64_t before = ResidentBytes();
-  const auto start = std::chrono::steady_clock::now();
+  const double start = Now(o.clock);
   std::shared_ptr<CClients> tree = support::BuildClinic(ShapeFor(r.clients));
-  r.build_seconds = Seconds(start);
+  r.build_seconds = Now(o.clock) - start;
   r.tree_bytes = ResidentBytes() - before;
   for (const auto& [name, count] : support::CountRecords(*tree)) {
     r.records += count;
@@ -364,7 +373,7 @@ SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const Wo
   for (const Task& t : tasks) {
     if (!r.ops[t.op].failure.empty()) continue;
     std::fprintf(stderr, "%g MB: %s, timing\n", mb, OpName(t.op));
-    r.ops[t.op].seconds = BestTime(t.run, o.runs, o.budget);
+    r.ops[t.op].seconds = BestTime(t.run, o.runs, o.budget, o.clock);
   }
   if (Selected(o, kAnchorD)) {
     std::fprintf(stderr, "%g MB: %s\n", mb, OpName(kAnchorD));
@@ -384,6 +393,7 @@ int main(int argc, char** argv) {
   try {
     // Dates in the C locale's ISO form, which the import anchors read.
     tympora::SetLocale("C");
+    const std::string load_at_start = LoadAverage();
     const Workspace ws(options.dir);
     std::ofstream(ws.Path("schema.txt")) << SchemaText();
     const Calibration cal = Calibrate(ws);
@@ -394,8 +404,11 @@ int main(int argc, char** argv) {
     }
     std::printf(
         "Clinic benchmark: per client 2 aids x 2 sessions x 2 examinations x 3 curves, "
-        "each curve with 40 curve points and 5 distortion points.\n");
-    PrintReport(results, options.runs, PeakResetWorks());
+        "each curve with 40 curve points and 5 distortion points.\n"
+        "Load average %s at the start, %s at the end, on %ld cores: timings are only as "
+        "steady as the machine is quiet.\n",
+        load_at_start.c_str(), LoadAverage().c_str(), ::sysconf(_SC_NPROCESSORS_ONLN));
+    PrintReport(results, options.runs, options.clock == Clock::Wall, PeakResetWorks());
     bool failed = false;
     for (const SizeResult& r : results) {
       for (int i = 0; i < kOpCount; ++i) {

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <exception>
 #include <limits>
 
@@ -90,22 +91,40 @@ bool WriteAll(int fd, const void* data, size_t size) {
 
 }  // namespace
 
-double TimeOnce(const Operation& op) {
-  const auto start = std::chrono::steady_clock::now();
-  Leftover left = op();
-  const auto stop = std::chrono::steady_clock::now();
-  left.reset();
-  return std::chrono::duration<double>(stop - start).count();
+double Now(Clock clock) {
+  if (clock == Clock::Wall) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+  }
+  timespec ts{};
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
-double BestTime(const Operation& op, int runs, double budget) {
+double TimeOnce(const Operation& op, Clock clock) {
+  // Every run starts as a host's first call would: without free heap at hand.
+  ReleaseFreeMemory();
+  const double start = Now(clock);
+  Leftover left = op();
+  const double stop = Now(clock);
+  left.reset();
+  return stop - start;
+}
+
+double BestTime(const Operation& op, int runs, double budget, Clock clock) {
+  // Quick operations get more runs, so that a moment of load elsewhere on
+  // the machine does not decide their time.
+  constexpr double kQuick = 0.5;
+  constexpr int kMaxQuickRuns = 50;
   double best = std::numeric_limits<double>::infinity();
   double spent = 0;
-  for (int i = 0; i < std::max(1, runs); ++i) {
-    const double t = TimeOnce(op);
+  for (int i = 0;; ++i) {
+    const bool more =
+        i < std::max(1, runs) ? spent < budget : runs > 1 && spent < kQuick && i < kMaxQuickRuns;
+    if (i > 0 && !more) break;
+    const double t = TimeOnce(op, clock);
     best = std::min(best, t);
     spent += t;
-    if (spent >= budget) break;
   }
   return best;
 }

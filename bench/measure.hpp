@@ -1,7 +1,7 @@
 // Timing and memory measurement for the clinic benchmark.
 //
-// Times are wall-clock times of runs in the benchmark process itself, the
-// best of a few. Peak memory is measured in a forked child per operation: the
+// Times are taken from runs in the benchmark process itself, the best of a
+// few. Peak memory is measured in a forked child per operation: the
 // child resets its resident high-water mark (or, where the kernel does not
 // allow that, notes its peak so far), runs the operation once and reports how
 // far its resident size rose above where it started. The parent hands its free
@@ -21,12 +21,23 @@ namespace tympora::bench {
 using Leftover = std::shared_ptr<void>;
 using Operation = std::function<Leftover()>;
 
-// Seconds of one run of `op`.
-double TimeOnce(const Operation& op);
+// What a time counts: the CPU time of this process (user and system, so the
+// kernel's work for fresh memory and for writes counts too; time spent
+// waiting for a core that another process holds does not), or wall-clock
+// time.
+enum class Clock { Cpu, Wall };
 
-// The best time of up to `runs` runs; stops early, after at least one run,
-// once the runs together took `budget` seconds.
-double BestTime(const Operation& op, int runs, double budget);
+// The current reading of `clock` in seconds.
+double Now(Clock clock);
+
+// Seconds of one run of `op`, started after the free heap went back to the
+// system.
+double TimeOnce(const Operation& op, Clock clock);
+
+// The best time of `runs` runs; stops early, after at least one run, once
+// the runs together took `budget` seconds. With `runs` above 1, quick
+// operations run more often, up to half a second in all.
+double BestTime(const Operation& op, int runs, double budget, Clock clock);
 
 // The result of one run in a child process.
 struct ChildResult {

@@ -151,13 +151,16 @@ const char* OpName(Op op) {
   return "?";
 }
 
-void PrintReport(const std::vector<SizeResult>& results, int runs, bool peak_reset_works) {
+void PrintReport(const std::vector<SizeResult>& results, int runs, bool wall_clock,
+                 bool peak_reset_works) {
   if (results.empty()) return;
   std::printf(
-      "\nBest of %d runs; MB = 10^6 bytes; time / anchor: this row's time divided by "
-      "the anchor's (below 1 is faster); peak memory: growth of resident memory during "
-      "the operation (%s), divided by the file's size.\n\n",
-      runs, peak_reset_works ? "VmHWM" : "getrusage, may read low");
+      "\nTimes: %s, the best of %d runs%s; MB = 10^6 bytes. time / anchor: this row's time "
+      "divided by the anchor's (below 1 is faster). Peak memory: growth of resident memory "
+      "during the operation (%s), divided by the file's size.\n\n",
+      wall_clock ? "wall-clock time" : "CPU time of the process (user + system)", runs,
+      runs > 1 ? " (quick operations: of as many as fit in half a second)" : "",
+      peak_reset_works ? "VmHWM" : "getrusage, may read low");
   std::printf("| file | operation | MB/s | seconds | time / anchor | peak memory / file |\n");
   std::printf("|---|---|---:|---:|---|---:|\n");
   for (const SizeResult& r : results) PrintRows(r);

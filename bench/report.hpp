@@ -46,6 +46,7 @@ struct SizeResult {
 // Prints the Markdown table of `results`, the scaling of time per curve point
 // from the first size to the last, and the targets checked on the last size.
 // Only prints: missing a target is news, not a failure.
-void PrintReport(const std::vector<SizeResult>& results, int runs, bool peak_reset_works);
+void PrintReport(const std::vector<SizeResult>& results, int runs, bool wall_clock,
+                 bool peak_reset_works);
 
 }  // namespace tympora::bench
