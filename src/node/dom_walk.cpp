@@ -27,6 +27,18 @@ void* ElementWalk::Next(void* node) noexcept {
   return ElementFrom(NodeOf(node).next_sibling()).internal_object();
 }
 
+bool ElementAttribute(const DOMNode& node, const char* name, std::string_view& value,
+                      bool& is_element) {
+  if (!node) RaisePlatformError(kErrObjectNotSet);
+  void* raw = DocImpl::Raw(node);
+  is_element = !IsAttrHandle(raw) && NodeOf(raw).type() == pugi::node_element;
+  if (!is_element) return false;
+  const pugi::xml_attribute a = NodeOf(raw).attribute(name);
+  if (!a) return false;
+  value = a.value();
+  return true;
+}
+
 std::string_view ElementView::LocalName() const noexcept {
   const char* name = NodeOf(node_).name();
   const char* colon = std::strrchr(name, ':');

@@ -33,6 +33,12 @@ class ElementView {
   void* node_ = nullptr;
 };
 
+// The value of the attribute `name` of the element `node` in `value`; false
+// when `node` is no element (the caller then takes the general road) or has
+// no such attribute.
+bool ElementAttribute(const DOMNode& node, const char* name, std::string_view& value,
+                      bool& is_element);
+
 // Calls `visit(element)` for every child element of `parent`, in document
 // order; text, comments and other nodes are passed over. Raises 91 for an
 // absent parent. Whatever `visit` raises ends the walk.

@@ -37,6 +37,19 @@ bool ReadNumber(std::string_view text, double& number) {
   return true;
 }
 
+// ReadNodeID, on the fast road for an element: the "id" attribute, when
+// present and numeric, becomes the ID.
+void ReadID(const DOMNode& node, int32_t& id) {
+  std::string_view text;
+  bool is_element = false;
+  if (detail::ElementAttribute(node, "id", text, is_element)) {
+    double number;
+    if (ReadNumber(text, number)) id = ToInt32(number);
+  } else if (!is_element) {
+    ReadNodeID(node, id);  // reports what a node without attributes cannot give
+  }
+}
+
 // Reads one property element: a null-marked element makes the property
 // Null; otherwise its text is converted, and a text that is no number or
 // date leaves the property as it was.
@@ -211,7 +224,7 @@ StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
   const RecordInfo& info = Info();
   return RunFrameA([&](StatusPtr& status) {
     CheckThisNode(ThisNode);
-    ReadNodeID(ThisNode, id_);
+    ReadID(ThisNode, id_);
     std::string scratch;
     detail::ForEachChildElement(ThisNode, [&](const detail::ElementView& child) {
       const int i = info.FindElement(child.LocalName());
