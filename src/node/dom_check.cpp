@@ -22,26 +22,18 @@ bool IsAllowed(uint32_t cp) noexcept {
   return cp <= 0xD7FF || (cp >= 0xE000 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0x10FFFF);
 }
 
-// The code point of the valid UTF-8 sequence at `i`, and its length.
+// The code point of the UTF-8 sequence at `i`, and its length. The text is
+// valid UTF-8 (the decoder made sure), so the lead byte tells the length.
 uint32_t CodePointAt(std::string_view s, size_t i, size_t& length) noexcept {
-  const auto b = [&](size_t k) { return static_cast<uint32_t>(static_cast<unsigned char>(s[k])); };
-  const uint32_t lead = b(i);
-  if (lead < 0x80 || i + 1 >= s.size()) {
-    length = 1;
-    return lead;
-  }
-  if (lead < 0xE0) {
-    length = 2;
-    return ((lead & 0x1F) << 6) | (b(i + 1) & 0x3F);
-  }
-  if (lead < 0xF0 || i + 3 >= s.size()) {
-    length = 3;
-    return i + 2 < s.size() ? ((lead & 0x0F) << 12) | ((b(i + 1) & 0x3F) << 6) | (b(i + 2) & 0x3F)
-                            : lead;
-  }
-  length = 4;
-  return ((lead & 0x07) << 18) | ((b(i + 1) & 0x3F) << 12) | ((b(i + 2) & 0x3F) << 6) |
-         (b(i + 3) & 0x3F);
+  const auto byte = [&](size_t k) {
+    return k < s.size() ? static_cast<uint32_t>(static_cast<unsigned char>(s[k])) : 0u;
+  };
+  const uint32_t lead = byte(i);
+  length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (length == 1) return lead;
+  uint32_t cp = lead & (0x7Fu >> length);
+  for (size_t k = 1; k < length; ++k) cp = (cp << 6) | (byte(i + k) & 0x3F);
+  return cp;
 }
 
 bool Fault(std::string& reason, int64_t& offset, size_t at, const char* what, uint32_t cp) {

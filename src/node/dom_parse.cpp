@@ -171,6 +171,9 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned) {
     // A character that XML 1.0 forbids, raw or as a reference: reported here
     // with its position, since pugixml would take it (and cut at &#0;).
   } else if (const pugi::xml_parse_result r = LoadInto(*next, text); !r) {
+    // Running out of memory says nothing about the text: it is raised, so
+    // that no caller mistakes it for a text that does not parse.
+    if (r.status == pugi::status_out_of_memory) RaisePlatformError(kErrOutOfMemory);
     f = {r.description(), static_cast<int64_t>(r.offset)};
   } else {
     CheckTopLevel(*next, text.size(), f);

@@ -107,6 +107,54 @@ bool FolderExists(const std::string& path) {
   return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
+// Whether another open file description holds a write lock on `fd`'s file.
+bool WriteLockedElsewhere(int fd) {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+#ifdef F_OFD_GETLK
+  int result = ::fcntl(fd, F_OFD_GETLK, &lock);
+  if (result != 0 && errno == EINVAL) {  // older kernels
+    lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    result = ::fcntl(fd, F_GETLK, &lock);
+  }
+#else
+  int result = ::fcntl(fd, F_GETLK, &lock);
+#endif
+  return result == 0 && lock.l_type != F_UNLCK;
+}
+
+// The error a writer of the file at `path` causes, or 0 when there is none:
+// 55 when this table has it open, 70 when another process holds its write
+// lock. Unix lets a file be deleted or replaced under its writer, whose
+// output would then be lost; the deny-write share forbids exactly that, so
+// FileDelete and a CreateNew open ask here first. No link is followed.
+int32_t WriterConflict(const std::string& path, std::string& why) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return 0;
+  {
+    Table& table = GetTable();
+    std::lock_guard lock(table.mutex);
+    for (int16_t number = 1; number <= kMaxFileNumber; ++number) {
+      const std::shared_ptr<Entry>& open = table.slots[number];
+      if (open && open->device_id == st.st_dev && open->inode == st.st_ino) {
+        why = "open under file number " + std::to_string(number);
+        return kErrFileAlreadyOpen;
+      }
+    }
+  }
+  // Not open here, so closing this descriptor cannot drop a lock of ours.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return 0;
+  const bool locked = WriteLockedElsewhere(fd);
+  ::close(fd);
+  if (!locked) return 0;
+  why = "another process is writing to it";
+  return kErrPermissionDenied;
+}
+
 // The error number for a failed open() of `path`.
 int32_t OpenErrorNumber(int err, const std::string& path, FileOpenMode mode) {
   switch (err) {
@@ -160,6 +208,10 @@ int OpenDescriptor(const std::string& path, FileOpenMode mode) {
   } while (fd < 0 && errno == EINTR);
   if (fd < 0) {
     const int err = errno;
+    std::string why;
+    if (err == EEXIST) {
+      if (const int32_t conflict = WriterConflict(path, why)) RaiseForPath(conflict, path, why);
+    }
     const int32_t number = OpenErrorNumber(err, path, mode);
     RaiseForPath(
         number, path,
@@ -353,6 +405,8 @@ void FileCloseAll() noexcept {
 
 void FileDelete(const std::string& path) {
   CheckPath(path);
+  std::string why;
+  if (const int32_t conflict = WriterConflict(path, why)) RaiseForPath(conflict, path, why);
   if (::unlink(path.c_str()) == 0) return;
   const int err = errno;
   int32_t number;

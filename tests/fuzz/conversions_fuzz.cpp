@@ -70,7 +70,8 @@ void CheckNumberText(const std::string& text) {
   if (ErrorOf([&] { d = ToDouble(v); }) != 0) Broken("ToDouble fails on a numeric text", text);
   if (!std::isfinite(d)) Broken("ToDouble of a numeric text is not finite", text);
   const int32_t i = ErrorOf([&] { (void)ToInt32(v); });
-  if (i != 0 && i != kErrOverflow) Broken("ToInt32 of a numeric text fails with another number", text);
+  if (i != 0 && i != kErrOverflow)
+    Broken("ToInt32 of a numeric text fails with another number", text);
   if (ErrorOf([&] { (void)ToBoolean(v); }) != 0) Broken("ToBoolean fails on a numeric text", text);
 }
 
@@ -80,7 +81,8 @@ void CheckDoubleText(double value, std::string_view origin) {
   std::string text;
   const int32_t error = ErrorOf([&] { text = ValueToText(value); });
   if (!std::isfinite(value)) {
-    if (error != kErrOverflow) Broken("ValueToText of a non-finite double does not fail with 6", origin);
+    if (error != kErrOverflow)
+      Broken("ValueToText of a non-finite double does not fail with 6", origin);
     return;
   }
   if (error != 0) Broken("ValueToText of a finite double fails", origin);
@@ -88,12 +90,14 @@ void CheckDoubleText(double value, std::string_view origin) {
   const double back = TextToNumber(text);
   if (ValueToText(back) != text) Broken("the export text of a double does not read back", text);
   const double scale = std::max(std::fabs(value), 1e-300);
-  if (std::fabs(back - value) > scale * 1e-14) Broken("a double read back is not within 15 digits", text);
+  if (std::fabs(back - value) > scale * 1e-14)
+    Broken("a double read back is not within 15 digits", text);
 }
 
 void CheckDateText(const std::string& text) {
   const bool is_date = IsDateValue(text);
-  if (is_date != IsDateValue(Variant(text))) Broken("IsDateValue of a string Variant differs", text);
+  if (is_date != IsDateValue(Variant(text)))
+    Broken("IsDateValue of a string Variant differs", text);
   Date date;
   const int32_t error = ErrorOf([&] { date = ToDate(text); });
   if (!is_date) {
@@ -102,7 +106,8 @@ void CheckDateText(const std::string& text) {
   }
   if (error != 0) Broken("ToDate fails on a date text", text);
   std::string written;
-  if (ErrorOf([&] { written = ValueToText(date); }) != 0) Broken("a date read cannot be written", text);
+  if (ErrorOf([&] { written = ValueToText(date); }) != 0)
+    Broken("a date read cannot be written", text);
   if (!IsDateValue(written)) Broken("the export text of a date is no date", written);
   if (ValueToText(ToDate(written)) != written) Broken("a date text does not read back", written);
 }
@@ -111,7 +116,8 @@ void CheckRawDouble(double raw) {
   CheckDoubleText(raw, "raw double");
   Date date;
   const int32_t error = ErrorOf([&] { date = ToDate(Variant(raw)); });
-  if (error != 0 && error != kErrOverflow) Broken("ToDate of a number fails with another number", "");
+  if (error != 0 && error != kErrOverflow)
+    Broken("ToDate of a number fails with another number", "");
   if (error == 0) {
     const std::string written = ValueToText(date);
     if (!IsDateValue(written)) Broken("the export text of a day count is no date", written);

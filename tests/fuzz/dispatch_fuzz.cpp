@@ -41,37 +41,54 @@ using namespace tympora;
 
 constexpr int16_t kOpenFileNumber = 7;
 
+// The one file the harness writes; removed again when the run ends.
 const std::string& ScratchFile() {
-  static const std::string path =
-      (std::filesystem::temp_directory_path() /
-       ("tympora-fuzz-dispatch-" + std::to_string(::getpid()) + ".xml"))
-          .string();
+  static const std::string path = (std::filesystem::temp_directory_path() /
+                                   ("tympora-fuzz-dispatch-" + std::to_string(::getpid()) + ".xml"))
+                                      .string();
+  // Registered after `path` is made, so it runs before `path` is destroyed.
+  static const int removal = std::atexit([] { std::remove(path.c_str()); });
+  (void)removal;
   return path;
 }
 
 Variant MakeArgument(FuzzedDataProvider& in, const std::vector<ObjectPtr>& pool) {
   switch (in.ConsumeIntegralInRange<int>(0, 9)) {
-    case 0: return Variant();
-    case 1: return Variant(kNull);
-    case 2: return Variant(in.ConsumeIntegral<int16_t>());
-    case 3: return Variant(in.ConsumeIntegral<int32_t>());
-    case 4: return Variant(in.ConsumeFloatingPoint<double>());
-    case 5: return Variant(Date(in.ConsumeFloatingPoint<double>()));
-    case 6: return Variant(in.ConsumeBool());
-    case 7: return Variant(ObjectPtr());
-    case 8:
-      if (!pool.empty()) return Variant(pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)]);
+    case 0:
+      return Variant();
+    case 1:
+      return Variant(kNull);
+    case 2:
+      return Variant(in.ConsumeIntegral<int16_t>());
+    case 3:
+      return Variant(in.ConsumeIntegral<int32_t>());
+    case 4:
+      return Variant(in.ConsumeFloatingPoint<double>());
+    case 5:
+      return Variant(Date(in.ConsumeFloatingPoint<double>()));
+    case 6:
+      return Variant(in.ConsumeBool());
+    case 7:
       return Variant(ObjectPtr());
-    default: return Variant(in.ConsumeRandomLengthString(64));
+    case 8:
+      if (!pool.empty())
+        return Variant(pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)]);
+      return Variant(ObjectPtr());
+    default:
+      return Variant(in.ConsumeRandomLengthString(64));
   }
 }
 
 InvokeKind MakeKind(FuzzedDataProvider& in) {
   switch (in.ConsumeIntegralInRange<int>(0, 3)) {
-    case 0: return InvokeKind::Method;
-    case 1: return InvokeKind::PropertyGet;
-    case 2: return InvokeKind::PropertyPut;
-    default: return static_cast<InvokeKind>(in.ConsumeIntegral<int32_t>());
+    case 0:
+      return InvokeKind::Method;
+    case 1:
+      return InvokeKind::PropertyGet;
+    case 2:
+      return InvokeKind::PropertyPut;
+    default:
+      return static_cast<InvokeKind>(in.ConsumeIntegral<int32_t>());
   }
 }
 
@@ -129,12 +146,15 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
     name = in.ConsumeRandomLengthString(32);
   }
   const InvokeKind kind = member && in.ConsumeBool() ? member->kind : MakeKind(in);
+  // The member that Invoke will run, however its name was found: the fuzzer
+  // learns names from the comparisons it sees.
+  const MemberInfo* called = itf.Interface()->Find(name, kind);
   std::vector<Variant> args(in.ConsumeIntegralInRange<size_t>(0, 4));
   for (size_t i = 0; i < args.size(); ++i) {
     args[i] = MakeArgument(in, pool);
-    if (member && i < member->params.size()) {
-      if (member->params[i].name == "sFilePath") args[i] = Variant(ScratchFile());
-      if (member->params[i].name == "iFileHandle" && in.ConsumeBool()) {
+    if (called && i < called->params.size()) {
+      if (called->params[i].name == "sFilePath") args[i] = Variant(ScratchFile());
+      if (called->params[i].name == "iFileHandle" && in.ConsumeBool()) {
         args[i] = Variant(kOpenFileNumber);
       }
     }
@@ -156,7 +176,8 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
     pool.push_back(result.AsObject());
   }
   for (const Variant& a : args) {
-    if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64) pool.push_back(a.AsObject());
+    if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64)
+      pool.push_back(a.AsObject());
   }
 }
 

@@ -37,8 +37,8 @@ using namespace tympora;
 }
 
 std::string Describe(const StatusPtr& status) {
-  return std::to_string(status->Number()) + " " + status->Description() + " [" +
-         status->Source() + "]";
+  return std::to_string(status->Number()) + " " + status->Description() + " [" + status->Source() +
+         "]";
 }
 
 // Imports the element text `xml` (parsed with whitespace kept) into a new list.
@@ -69,11 +69,14 @@ std::string WithoutComment(std::string text) {
   return text;
 }
 
+// The one file the harness writes; removed again when the run ends.
 const std::string& ScratchFile() {
-  static const std::string path =
-      (std::filesystem::temp_directory_path() /
-       ("tympora-fuzz-import-" + std::to_string(::getpid()) + ".xml"))
-          .string();
+  static const std::string path = (std::filesystem::temp_directory_path() /
+                                   ("tympora-fuzz-import-" + std::to_string(::getpid()) + ".xml"))
+                                      .string();
+  // Registered after `path` is made, so it runs before `path` is destroyed.
+  static const int removal = std::atexit([] { std::remove(path.c_str()); });
+  (void)removal;
   return path;
 }
 
@@ -92,7 +95,8 @@ void CheckFileRoad(CClients& clients, const DOMDocument& exported) {
   reparsed.loadXML(exported.xml());
   const std::string expected = WithoutComment(reparsed.xml());
   const std::string actual = WithoutComment(file.str());
-  if (actual != expected) Broken("file road differs", "file:\n" + actual + "\nexpected:\n" + expected);
+  if (actual != expected)
+    Broken("file road differs", "file:\n" + actual + "\nexpected:\n" + expected);
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ enum class FileOpenMode {
   // Opens or creates the file without truncating it; writing starts at 0.
   Binary,
   // Creates a new file; fails with 58 "File already exists" (or 75 for a
-  // link) when anything is at the path. No symbolic link is followed.
+  // link, 55 or 70 for a file that a writer holds open) when anything is at
+  // the path. No symbolic link is followed.
   CreateNew,
   // Appends to the file, creating it when missing.
   Append,
@@ -55,7 +56,9 @@ void FileClose(int16_t number);
 // Closes every file opened through this table.
 void FileCloseAll() noexcept;
 
-// Deletes the file `path`. Raises 53 when there is none, 70 without access.
+// Deletes the file `path` (a link itself, not its target). Raises 53 when
+// there is none, 70 without access or while another process holds the file's
+// write lock, 55 while the file is open in this table.
 void FileDelete(const std::string& path);
 
 }  // namespace tympora
