@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tympora/node/conversions.hpp"
+#include "tympora/records/client.hpp"
 
 namespace tympora::support {
 namespace {
@@ -159,6 +160,19 @@ std::string CompareTrees(const CNode& a, const CNode& b) {
     }
   }
   return {};
+}
+
+std::shared_ptr<CCurve> FirstCurve(const CClients& clients) {
+  return clients.Clients()
+      ->Item(1)
+      ->Aids()
+      ->Item(1)
+      ->TestDefinitions()
+      ->Item(1)
+      ->Examinations()
+      ->Item(1)
+      ->Curves()
+      ->Item(1);
 }
 
 std::map<std::string, int64_t> CountRecords(const CNode& root) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "tympora/measurement/curve.hpp"
 #include "tympora/node/record.hpp"
 #include "tympora/records/clients.hpp"
 
@@ -38,6 +39,10 @@ void FillRecord(RecordBase& record, uint64_t& seed, double null_share);
 // The first difference between two trees (class, ID, a value, a null flag,
 // a list's length, key or order), or the empty text when they are equal.
 std::string CompareTrees(const CNode& a, const CNode& b);
+
+// The first curve of the first client's first aid, session and
+// examination. Raises 5 when the tree has none there.
+std::shared_ptr<CCurve> FirstCurve(const CClients& clients);
 
 // The number of records in the tree, by element name ("Clients" counts 1).
 std::map<std::string, int64_t> CountRecords(const CNode& root);

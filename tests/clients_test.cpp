@@ -1,6 +1,7 @@
 #include "tympora/records/clients.hpp"
 
 #include "record_suite.hpp"
+#include "tree.hpp"
 #include "tympora/node/conversions.hpp"
 
 namespace tympora {
@@ -178,16 +179,7 @@ TEST_F(ClientsTest, FailureDeepInTheTreeReachesTheList) {
 TEST_F(ClientsTest, ResetClearsEveryRecordTheHostKept) {
   auto clients = SmallTree();
   auto client = clients->Clients()->Item(1);
-  auto point = client->Aids()
-                   ->Item(1)
-                   ->TestDefinitions()
-                   ->Item(1)
-                   ->Examinations()
-                   ->Item(1)
-                   ->Curves()
-                   ->Item(1)
-                   ->CurveData()
-                   ->Item(1);
+  auto point = support::FirstCurve(*clients)->CurveData()->Item(1);
   auto list = clients->Clients();
   clients->Reset();
   EXPECT_EQ(clients->ID(), 0);

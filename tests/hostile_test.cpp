@@ -320,18 +320,7 @@ TEST(HostileTest, NumbersOutOfRangeKeepTheValue) {
 
 // The curve point deep inside a small clinic tree.
 std::shared_ptr<CCurveDatum> DeepPoint(const CClients& clients) {
-  return clients.Clients()
-      ->Item(1)
-      ->Aids()
-      ->Item(1)
-      ->TestDefinitions()
-      ->Item(1)
-      ->Examinations()
-      ->Item(1)
-      ->Curves()
-      ->Item(1)
-      ->CurveData()
-      ->Item(1);
+  return support::FirstCurve(clients)->CurveData()->Item(1);
 }
 
 struct Uncarriable {

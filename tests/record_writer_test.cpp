@@ -151,51 +151,11 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
     std::function<void(CClients&)> spoil;
   } rows[] = {
       {"control character in a client", [](CClients& c) { c.Clients()->Item(2)->City("a\x01z"); }},
-      {"U+FFFF deep in a curve",
-       [](CClients& c) {
-         c.Clients()
-             ->Item(1)
-             ->Aids()
-             ->Item(1)
-             ->TestDefinitions()
-             ->Item(1)
-             ->Examinations()
-             ->Item(1)
-             ->Curves()
-             ->Item(1)
-             ->Name("\xEF\xBF\xBF");
-       }},
+      {"U+FFFF deep in a curve", [](CClients& c) { support::FirstCurve(c)->Name("\xEF\xBF\xBF"); }},
       {"invalid UTF-8", [](CClients& c) { c.Clients()->Item(1)->LastName("\xC3("); }},
       {"NaN in a point",
-       [](CClients& c) {
-         c.Clients()
-             ->Item(1)
-             ->Aids()
-             ->Item(1)
-             ->TestDefinitions()
-             ->Item(1)
-             ->Examinations()
-             ->Item(1)
-             ->Curves()
-             ->Item(1)
-             ->CurveData()
-             ->Item(1)
-             ->InputVal(std::nan(""));
-       }},
-      {"infinity",
-       [](CClients& c) {
-         c.Clients()
-             ->Item(1)
-             ->Aids()
-             ->Item(1)
-             ->TestDefinitions()
-             ->Item(1)
-             ->Examinations()
-             ->Item(1)
-             ->Curves()
-             ->Item(1)
-             ->FxSourceAmp(-INFINITY);
-       }},
+       [](CClients& c) { support::FirstCurve(c)->CurveData()->Item(1)->InputVal(std::nan("")); }},
+      {"infinity", [](CClients& c) { support::FirstCurve(c)->FxSourceAmp(-INFINITY); }},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);

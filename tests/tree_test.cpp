@@ -73,16 +73,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
       {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); }, "ID"},
       {"a point list",
        [](CClients& c) {
-         auto curve = c.Clients()
-                          ->Item(1)
-                          ->Aids()
-                          ->Item(1)
-                          ->TestDefinitions()
-                          ->Item(1)
-                          ->Examinations()
-                          ->Item(1)
-                          ->Curves()
-                          ->Item(1);
+         auto curve = support::FirstCurve(c);
          curve->ResetCurveData();
        },
        "CurveData"},
