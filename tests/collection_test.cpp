@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 #include "tympora/node/node.hpp"
 
 namespace tympora {
@@ -90,6 +93,44 @@ TEST(CollectionTest, TypedListRefusesNodesOfAnotherClass) {
   EXPECT_EQ(ErrorOf([&] { list.AddNode(std::make_shared<Other>(), "x"); }), kErrTypeMismatch);
   list.AddNode(std::make_shared<Item>(), "x");
   EXPECT_EQ(list.Count(), 1);
+}
+
+// Random additions and removals at every position, checked after each step
+// against a plain vector: order, keys, items and lookups stay in step.
+TEST(CollectionTest, RandomEditsMatchAPlainList) {
+  Items list;
+  std::vector<std::pair<std::string, std::shared_ptr<CNode>>> model;
+  uint64_t state = 12345;
+  auto next = [&](uint64_t bound) {
+    state = state * 6364136223846793005ull + 1442695040888963407ull;
+    return (state >> 33) % bound;
+  };
+  for (int step = 0; step < 4000; ++step) {
+    SCOPED_TRACE(step);
+    const std::string key = std::to_string(next(300));
+    const bool present = std::any_of(model.begin(), model.end(),
+                                     [&](const auto& entry) { return entry.first == key; });
+    ASSERT_EQ(list.Contains(key), present);
+    if (next(5) < 3) {
+      auto item = std::make_shared<Item>();
+      ASSERT_EQ(ErrorOf([&] { list.Add(item, key); }), present ? kErrDuplicateKey : 0);
+      if (!present) model.emplace_back(key, item);
+    } else if (!model.empty()) {
+      // Ends more often than the middle, as resets and imports do.
+      const uint64_t pick = next(4);
+      const size_t index = pick == 0 ? 0 : pick == 1 ? model.size() - 1 : next(model.size());
+      list.Remove(static_cast<int32_t>(index + 1));
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(index));
+    }
+    ASSERT_EQ(list.Count(), static_cast<int32_t>(model.size()));
+    if (step % 97 == 0 || model.size() < 3) {
+      for (size_t i = 0; i < model.size(); ++i) {
+        ASSERT_EQ(list.Key(static_cast<int32_t>(i + 1)), model[i].first);
+        ASSERT_EQ(list.Item(static_cast<int32_t>(i + 1)), model[i].second);
+        ASSERT_TRUE(list.Contains(model[i].first));
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -70,9 +70,10 @@ inline DOMElement ExportElement(CNode& node) {
   return doc ? doc.documentElement() : DOMElement();
 }
 
-// Imports the document element of `xml` into `node`.
+// Imports the document element of `xml` into `node`, parsed as hosts
+// mostly do: white space not preserved.
 inline StatusPtr ImportText(CNode& node, const std::string& xml) {
-  DOMDocument doc = Parse(xml);
+  DOMDocument doc = Parse(xml, false);
   DOMElement root = doc.documentElement();
   return node.ImportXMLNode(root);
 }

@@ -104,5 +104,40 @@ TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
   EXPECT_TRUE(markup && blanks && empty && non_ascii);
 }
 
+// The import reads the texts that a parse keeps inside their elements. A
+// tree whose texts already have their nodes (any earlier use of the DOM
+// gives them) must import alike, and so must one where a mixed text halfway
+// through makes the import give every text its node there and then.
+TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
+  TreeShape shape;
+  shape.clients = 3;
+  auto original = BuildClinic(shape);
+  DOMDocument exported = DOMDocument::New();
+  ASSERT_EQ(original->ExportXMLDocument(exported)->Number(), 0);
+  const std::string text = exported.xml();
+  std::string mixed = text;
+  const size_t input = mixed.find("<Input>", mixed.size() / 2);
+  ASSERT_NE(input, std::string::npos);
+  mixed.insert(input + 8, "<!--split-->");  // after the value's first character
+  struct Case {
+    const char* name;
+    const std::string* text;
+    bool touch_first;
+  };
+  for (const Case& c : {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
+                        Case{"mixed halfway", &mixed, false}}) {
+    SCOPED_TRACE(c.name);
+    DOMDocument doc = DOMDocument::New();
+    ASSERT_TRUE(doc.loadXML(*c.text)) << doc.parseError().reason;
+    DOMElement root = doc.documentElement();
+    if (c.touch_first) {
+      EXPECT_GT(root.childNodes().length(), 0);
+    }
+    auto imported = std::make_shared<CClients>();
+    ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
+    EXPECT_EQ(CompareTrees(*original, *imported), "");
+  }
+}
+
 }  // namespace
 }  // namespace tympora

@@ -132,6 +132,7 @@ void CheckAppend(pugi::xml_node parent, pugi::xml_node child) {
 
 void DOMNode::Check() const {
   if (!node_) RaisePlatformError(kErrObjectNotSet);
+  doc_->MaterializeIfEmbedded();
 }
 
 DOMNodeType DOMNode::nodeType() const {
@@ -341,6 +342,7 @@ DOMDocument DOMDocument::New() { return DOMDocument(std::make_shared<DocImpl>())
 
 void DOMDocument::Check() const {
   if (!doc_) RaisePlatformError(kErrObjectNotSet);
+  doc_->MaterializeIfEmbedded();
 }
 
 bool DOMDocument::async() const { return Live(doc_).async; }
@@ -394,6 +396,8 @@ const DOMParseError& DOMDocument::parseError() const {
   return doc_->parse_error;
 }
 
+// No text is embedded at the top of a tree: the import starts here without
+// materializing it.
 DOMElement DOMDocument::documentElement() const {
   for (pugi::xml_node n = detail::FirstVisibleChild(Live(doc_).Root()); n; n = n.next_sibling()) {
     if (n.type() == pugi::node_element) return DOMNode(doc_, n.internal_object());

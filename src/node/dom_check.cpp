@@ -8,10 +8,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "node/dom_check.hpp"
-
 #include <cstdio>
 
+#include "node/dom_check.hpp"
 #include "node/dom_internal.hpp"
 
 namespace tympora::detail {
@@ -54,14 +53,14 @@ bool LocateRawFault(std::string_view text, std::string& reason, int64_t& offset)
   return Fault(reason, offset, 0, "Invalid character in the text", 0);
 }
 
-// Checks the reference "&#..." at `at`; returns the offset after it.
-bool CheckReference(std::string_view text, size_t at, size_t& next, std::string& reason,
-                    int64_t& offset) {
+// Reads the reference "&#..." at `at`: its value, and the offset after it.
+// False when it is incomplete (no digit, or no closing ';').
+bool ReadReference(std::string_view text, size_t at, size_t& next, uint32_t& value) noexcept {
   size_t i = at + 2;
   const bool hex = i < text.size() && text[i] == 'x';
   if (hex) ++i;
   const size_t digits_start = i;
-  uint32_t value = 0;
+  value = 0;
   for (; i < text.size(); ++i) {
     const char c = text[i];
     uint32_t digit;
@@ -74,7 +73,16 @@ bool CheckReference(std::string_view text, size_t at, size_t& next, std::string&
     }
     value = value > 0x10FFFF ? value : value * (hex ? 16 : 10) + digit;
   }
-  if (i == digits_start || i == text.size() || text[i] != ';') {
+  if (i == digits_start || i == text.size() || text[i] != ';') return false;
+  next = i + 1;
+  return true;
+}
+
+// Checks the reference "&#..." at `at`; returns the offset after it.
+bool CheckReference(std::string_view text, size_t at, size_t& next, std::string& reason,
+                    int64_t& offset) {
+  uint32_t value = 0;
+  if (!ReadReference(text, at, next, value)) {
     return Fault(reason, offset, at, "Incomplete character reference", 0);
   }
   if (!IsAllowed(value)) {
@@ -83,8 +91,37 @@ bool CheckReference(std::string_view text, size_t at, size_t& next, std::string&
                                   : "Character reference to U+%04X, which XML does not allow",
                  value);
   }
-  next = i + 1;
   return true;
+}
+
+bool IsSpace(uint32_t c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// True when the run of text holding the reference [at, next) is blank once
+// resolved: from the last '>' before it (not looking below `floor`) to the
+// next '<', only white space and references to white space. `end` receives
+// an offset up to which later references lie in the same run, so that no
+// text is looked at twice; it never passes a '<' or '>' after the reference.
+bool BlankAround(std::string_view text, size_t at, size_t next, size_t floor,
+                 size_t& end) noexcept {
+  const char* const data = text.data();
+  const void* gt = ::memrchr(data + floor, '>', at - floor);
+  size_t i = gt ? static_cast<size_t>(static_cast<const char*>(gt) - data) + 1 : floor;
+  while (i < text.size()) {
+    uint32_t value = 0;
+    if (IsSpace(static_cast<unsigned char>(text[i]))) {
+      ++i;
+    } else if (text.substr(i, 2) != "&#" || !ReadReference(text, i, i, value) || !IsSpace(value)) {
+      break;
+    }
+  }
+  // `i`: the first character that is neither white space nor a reference
+  // to it.
+  if (i >= next) {
+    end = i;
+    return i == text.size() || text[i] == '<';
+  }
+  end = std::min(text.size(), text.find_first_of("<>", next));
+  return false;
 }
 
 // Checks every character reference outside comments, CDATA sections and
@@ -143,10 +180,25 @@ bool CheckReferences(std::string_view text, std::string& reason, int64_t& offset
 
 }  // namespace
 
-bool CheckXmlCharacters(std::string_view text, std::string& reason, int64_t& offset) {
-  if (!IsXmlText(text)) return LocateRawFault(text, reason, offset);
-  if (text.find("&#") == std::string_view::npos) return true;
-  return CheckReferences(text, reason, offset);
+bool CheckXmlCharacters(std::string_view text, bool xml_text, std::string& reason, int64_t& offset,
+                        bool& blank_text) {
+  blank_text = false;
+  if (!xml_text && !IsXmlText(text)) return LocateRawFault(text, reason, offset);
+  // Most documents hold only valid references, wherever they stand: then the
+  // sections that are not markup need not be told apart.
+  size_t checked_until = 0;  // the runs of text before this offset are known
+  for (size_t at = text.find("&#"), next = 0; at != std::string_view::npos;
+       at = text.find("&#", next)) {
+    uint32_t value = 0;
+    if (!ReadReference(text, at, next, value) || !IsAllowed(value)) {
+      blank_text = true;  // not worth knowing on this rare road
+      return CheckReferences(text, reason, offset);
+    }
+    if (IsSpace(value) && at >= checked_until && !blank_text) {
+      blank_text = BlankAround(text, at, next, checked_until, checked_until);
+    }
+  }
+  return true;
 }
 
 }  // namespace tympora::detail

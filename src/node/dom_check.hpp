@@ -13,7 +13,11 @@ namespace tympora::detail {
 // XML 1.0 allows, and so must every character reference (&#N; or &#xN;)
 // outside comments, CDATA sections and processing instructions; a reference
 // must be complete. Returns false with a reason and the byte offset of the
-// first fault. Linear in the length.
-bool CheckXmlCharacters(std::string_view text, std::string& reason, int64_t& offset);
+// first fault. `blank_text` tells whether some text between two tags may be
+// only white space once its references are resolved ("&#13;"): such text
+// is dropped after the parse. `xml_text`: the raw characters are known to
+// pass IsXmlText already. Linear in the length.
+bool CheckXmlCharacters(std::string_view text, bool xml_text, std::string& reason, int64_t& offset,
+                        bool& blank_text);
 
 }  // namespace tympora::detail

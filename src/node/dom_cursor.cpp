@@ -13,13 +13,26 @@ std::unique_ptr<pugi::xml_document> NewTree() {
 
 DocImpl::DocImpl() : tree(NewTree()) {}
 
-void DocImpl::InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared) {
+void DocImpl::InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared, bool embed) {
   if (shared) {
+    MaterializeIfEmbedded();  // handles may still walk the old tree
     retired.push_back(std::move(tree));
   } else {
     retired.clear();
   }
   tree = std::move(next);
+  embedded = embed;
+  cursors.Invalidate();
+}
+
+void DocImpl::Materialize() {
+  const pugi::xml_node root = Root();
+  for (pugi::xml_node n = root.first_child(); n; n = NextInSubtree(n, root)) {
+    if (n.type() != pugi::node_element || *n.value() == 0) continue;
+    pugi::xml_node text = n.prepend_child(pugi::node_pcdata);
+    if (!text || !text.set_value(n.value())) RaisePlatformError(kErrOutOfMemory);
+  }
+  embedded = false;
   cursors.Invalidate();
 }
 

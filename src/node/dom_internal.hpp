@@ -104,6 +104,13 @@ class ChildCursors {
 
 // ---- Document state ------------------------------------------------------
 
+// How a parse treats text. A text node that is only blanks, tabs, CR and LF
+// is dropped unless white space is preserved. kEmbedText also keeps the
+// text of an element whose first content is text in the element itself
+// instead of a child node, which halves the nodes of a typical record file;
+// the document stores such a tree as "embedded" (see DocImpl).
+enum class ParseMode { kKeepBlankText, kDropBlankText, kEmbedText };
+
 struct DocImpl {
   DocImpl();
 
@@ -119,21 +126,37 @@ struct DocImpl {
   bool preserve_white_space = false;
   DOMParseError parse_error;
   ChildCursors cursors;
+  // The tree holds embedded text (ParseMode::kEmbedText): each element's
+  // pugixml value, when not empty, is the text before its first child.
+  // Only the import walk reads that form; every other use of the tree first
+  // calls Materialize, which gives each such text its node. pugixml cannot
+  // clear an element's value, so once the flag is off element values are
+  // stale and nothing reads them.
+  bool embedded = false;
 
   pugi::xml_node Root() const noexcept { return *tree; }
   pugi::xml_node Holder() const noexcept { return tree->first_child(); }
 
   // Makes `next` the current tree. `shared`: other handles exist, so the
   // old tree must stay alive; otherwise it and all retired trees are freed.
-  void InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared);
+  // `embedded`: `next` holds embedded text.
+  void InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared, bool embedded = false);
+  // Turns every embedded text of the current tree into a text node placed
+  // first among its element's children; raises 7 when memory runs out.
+  void Materialize();
+  void MaterializeIfEmbedded() {
+    if (embedded) Materialize();
+  }
   // Takes every child out of `parent`: into the holder of its tree when
   // `shared`, freed otherwise.
   void RemoveChildren(pugi::xml_node parent, bool shared);
 
   // Replaces the content by the parse of `bytes`; fills parse_error.
-  // `owned`, when given, is a malloc'd buffer holding exactly `bytes`; Parse
-  // frees it when done.
-  bool Parse(std::string_view bytes, bool shared, char* owned = nullptr);
+  // `owned`, when given, is a buffer from pugixml's allocator holding exactly
+  // `bytes`, which Parse takes over. With `mangled` given, the parse may run
+  // in that buffer; when it then fails, *mangled is set: the bytes are gone
+  // and the failure's line and column are not to be trusted.
+  bool Parse(std::string_view bytes, bool shared, char* owned = nullptr, bool* mangled = nullptr);
   // Replaces the content by an empty tree and records a failure.
   void Fail(DOMParseError error, bool shared);
 
@@ -170,9 +193,9 @@ bool IsXmlName(std::string_view name) noexcept;
 // declares windows-1252 or ISO-8859-1 or that is not valid UTF-8. On failure
 // returns false with a reason and the byte offset in `bytes`.
 // `text` is the result: a view of `bytes` when they need no conversion, else
-// of `out`.
+// of `out`. `xml_text` tells when `text` is known to pass IsXmlText.
 bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
-                    std::string& reason, int64_t& offset);
+                    bool& xml_text, std::string& reason, int64_t& offset);
 
 // ---- Serialisation (dom_serialize.cpp) -----------------------------------
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 #include "node/dom_check.hpp"
@@ -25,8 +26,25 @@ namespace {
 
 constexpr unsigned kParseOptions = pugi::parse_declaration | pugi::parse_pi | pugi::parse_comments |
                                    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_eol |
-                                   pugi::parse_wconv_attribute | pugi::parse_ws_pcdata |
-                                   pugi::parse_fragment;
+                                   pugi::parse_wconv_attribute | pugi::parse_fragment;
+
+// How the parser is asked to treat text; see ParseMode.
+unsigned OptionsFor(ParseMode mode) {
+  switch (mode) {
+    case ParseMode::kKeepBlankText:
+      return kParseOptions | pugi::parse_ws_pcdata;
+    case ParseMode::kDropBlankText:
+      return kParseOptions;
+    case ParseMode::kEmbedText:
+      return kParseOptions | pugi::parse_embed_pcdata;
+  }
+  return kParseOptions;
+}
+
+void FreeBuffer(char* data) noexcept {
+  if (data != nullptr) pugi::get_memory_deallocation_function()(data);
+}
+using Buffer = std::unique_ptr<char, decltype(&FreeBuffer)>;
 
 struct Failure {
   std::string reason;
@@ -75,7 +93,10 @@ bool CheckTopLevel(pugi::xml_node doc, size_t text_size, Failure& f) {
     next = n.next_sibling();
     switch (n.type()) {
       case pugi::node_declaration:
-        if (!first) f = {"The XML declaration is allowed only at the start", OffsetOf(n, 2)};
+        // White space before it is gone from the tree: its offset tells.
+        if (!first || OffsetOf(n, 2) != 0) {
+          f = {"The XML declaration is allowed only at the start", OffsetOf(n, 2)};
+        }
         break;
       case pugi::node_pcdata:
         if (IsBlank(n.value())) {
@@ -109,14 +130,21 @@ void StripBlankText(pugi::xml_node root) {
   }
 }
 
-// Parses `text` into `doc`. pugixml works on its own copy, so that `text`
-// still holds the original bytes when a failure must be located in it.
-pugi::xml_parse_result LoadInto(pugi::xml_document& doc, std::string_view text) {
-  return doc.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+// Parses `text` into `doc`. Unless `in_place`, pugixml works on its own
+// copy, so that `text` still holds the original bytes when a failure must
+// be located in it. `in_place`: `text` is a buffer from pugixml's allocator
+// that the document takes over, parsed where it stands.
+pugi::xml_parse_result LoadInto(pugi::xml_document& doc, std::string_view text, ParseMode mode,
+                                bool in_place) {
+  if (in_place) {
+    return doc.load_buffer_inplace_own(const_cast<char*>(text.data()), text.size(),
+                                       OptionsFor(mode), pugi::encoding_utf8);
+  }
+  return doc.load_buffer(text.data(), text.size(), OptionsFor(mode), pugi::encoding_utf8);
 }
 
-// Reads the whole file into a malloc'd buffer; returns 0 or the errno of the
-// failure.
+// Reads the whole file into a buffer from pugixml's allocator (so that a
+// document can own it); returns 0 or the errno of the failure.
 int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
   data = nullptr;
   size = 0;
@@ -126,15 +154,17 @@ int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
   size_t capacity = (::fstat(fd, &st) == 0 && st.st_size > 0) ? static_cast<size_t>(st.st_size) : 0;
   capacity = capacity + 1 > 65536 ? capacity + 1 : 65536;  // +1: the end shows without a resize
   int error = 0;
-  data = static_cast<char*>(std::malloc(capacity));
+  data = static_cast<char*>(pugi::get_memory_allocation_function()(capacity));
   if (data == nullptr) error = ENOMEM;
   while (error == 0) {
     if (size == capacity) {
-      char* grown = static_cast<char*>(std::realloc(data, capacity * 2));
+      char* grown = static_cast<char*>(pugi::get_memory_allocation_function()(capacity * 2));
       if (grown == nullptr) {
         error = ENOMEM;
         break;
       }
+      std::memcpy(grown, data, size);
+      pugi::get_memory_deallocation_function()(data);
       data = grown;
       capacity *= 2;
     }
@@ -149,7 +179,7 @@ int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
   }
   ::close(fd);
   if (error != 0) {
-    std::free(data);
+    FreeBuffer(data);
     data = nullptr;
   }
   return error;
@@ -157,34 +187,49 @@ int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
 
 }  // namespace
 
-bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned) {
-  std::unique_ptr<char, decltype(&std::free)> buffer(owned, &std::free);
+bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mangled) {
+  Buffer buffer(owned, &FreeBuffer);
+  if (mangled != nullptr) *mangled = false;
   std::string converted;
   std::string_view text;
   Failure f;
-  if (!DecodeDocument(bytes, converted, text, f.reason, f.offset)) {
+  bool xml_text = false;
+  if (!DecodeDocument(bytes, converted, text, xml_text, f.reason, f.offset)) {
     Fail(Locate(bytes, std::move(f)), shared);
     return false;
   }
   auto next = std::make_unique<pugi::xml_document>();
-  if (!CheckXmlCharacters(text, f.reason, f.offset)) {
+  bool blank_text = false;
+  ParseMode mode = ParseMode::kKeepBlankText;
+  if (!CheckXmlCharacters(text, xml_text, f.reason, f.offset, blank_text)) {
     // A character that XML 1.0 forbids, raw or as a reference: reported here
     // with its position, since pugixml would take it (and cut at &#0;).
-  } else if (const pugi::xml_parse_result r = LoadInto(*next, text); !r) {
+  } else {
+    // Blank text is dropped by the parser; text that only turns blank once
+    // its references are resolved is dropped after it, and needs text nodes.
+    if (!preserve_white_space)
+      mode = blank_text ? ParseMode::kDropBlankText : ParseMode::kEmbedText;
+    const bool in_place = mangled != nullptr && buffer && text.data() == buffer.get();
+    if (in_place) *mangled = true;
+    const pugi::xml_parse_result r = LoadInto(*next, text, mode, in_place);
+    if (in_place) buffer.release();  // the document owns it now, parsed or not
     // Running out of memory says nothing about the text: it is raised, so
     // that no caller mistakes it for a text that does not parse.
     if (r.status == pugi::status_out_of_memory) RaisePlatformError(kErrOutOfMemory);
-    f = {r.description(), static_cast<int64_t>(r.offset)};
-  } else {
-    CheckTopLevel(*next, text.size(), f);
+    if (!r) {
+      f = {r.description(), static_cast<int64_t>(r.offset)};
+    } else {
+      CheckTopLevel(*next, text.size(), f);
+    }
   }
   if (!f.reason.empty()) {
     Fail(Locate(text, std::move(f)), shared);
     return false;
   }
-  if (!preserve_white_space) StripBlankText(*next);
+  if (mangled != nullptr) *mangled = false;
+  if (mode == ParseMode::kDropBlankText) StripBlankText(*next);
   if (!next->prepend_child(pugi::node_element)) RaisePlatformError(kErrOutOfMemory);
-  InstallTree(std::move(next), shared);
+  InstallTree(std::move(next), shared, mode == ParseMode::kEmbedText);
   parse_error = DOMParseError{};
   return true;
 }
@@ -196,24 +241,35 @@ void DocImpl::Fail(DOMParseError error, bool shared) {
 
 }  // namespace detail
 
+// Neither load checks the handle with Check(), which would first give the
+// old tree's embedded texts their nodes.
 bool DOMDocument::loadXML(std::string_view text) {
-  Check();
+  if (!doc_) RaisePlatformError(kErrObjectNotSet);
   return doc_->Parse(text, doc_.use_count() > 1);
 }
 
 bool DOMDocument::load(const std::string& path) {
-  Check();
+  if (!doc_) RaisePlatformError(kErrObjectNotSet);
   const bool shared = doc_.use_count() > 1;
-  char* data = nullptr;
-  size_t size = 0;
-  if (const int error = detail::ReadWholeFile(path, data, size); error != 0) {
-    DOMParseError e;
-    e.errorCode = kDomErrParse;
-    e.reason = "Cannot read \"" + path + "\": " + std::generic_category().message(error);
-    doc_->Fail(std::move(e), shared);
-    return false;
+  // The first parse runs in the buffer read; when it fails there, the text
+  // is read again, so that the failure is located in the original bytes.
+  for (bool in_place : {true, false}) {
+    char* data = nullptr;
+    size_t size = 0;
+    if (const int error = detail::ReadWholeFile(path, data, size); error != 0) {
+      DOMParseError e;
+      e.errorCode = kDomErrParse;
+      e.reason = "Cannot read \"" + path + "\": " + std::generic_category().message(error);
+      doc_->Fail(std::move(e), shared);
+      return false;
+    }
+    bool mangled = false;
+    if (doc_->Parse(std::string_view(data, size), shared, data, in_place ? &mangled : nullptr)) {
+      return true;
+    }
+    if (!mangled) return false;
   }
-  return doc_->Parse(std::string_view(data, size), shared, data);
+  return false;
 }
 
 }  // namespace tympora

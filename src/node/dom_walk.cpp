@@ -16,49 +16,75 @@ pugi::xml_node ElementFrom(pugi::xml_node n) noexcept {
 
 }  // namespace
 
-void* ElementWalk::First(const DOMNode& parent) {
-  if (!parent) RaisePlatformError(kErrObjectNotSet);
-  void* raw = DocImpl::Raw(parent);
-  if (IsAttrHandle(raw)) return nullptr;  // an attribute holds no elements
-  return ElementFrom(FirstVisibleChild(NodeOf(raw))).internal_object();
+ElementView ElementView::Of(const DOMNode& node) {
+  if (!node) RaisePlatformError(kErrObjectNotSet);
+  return ElementView(&node, DocImpl::Raw(node), DocImpl::DocOf(node)->embedded);
 }
 
-void* ElementWalk::Next(void* node) noexcept {
+void* ElementView::FirstChild(void* node) noexcept {
+  if (IsAttrHandle(node)) return nullptr;  // an attribute holds no elements
+  return ElementFrom(FirstVisibleChild(NodeOf(node))).internal_object();
+}
+
+void* ElementView::NextSibling(void* node) noexcept {
   return ElementFrom(NodeOf(node).next_sibling()).internal_object();
 }
 
-bool ElementAttribute(const DOMNode& node, const char* name, std::string_view& value,
-                      bool& is_element) {
-  if (!node) RaisePlatformError(kErrObjectNotSet);
-  void* raw = DocImpl::Raw(node);
-  is_element = !IsAttrHandle(raw) && NodeOf(raw).type() == pugi::node_element;
-  if (!is_element) return false;
-  const pugi::xml_attribute a = NodeOf(raw).attribute(name);
+bool ElementView::IsElement() const noexcept {
+  return !IsAttrHandle(node_) && NodeOf(node_).type() == pugi::node_element;
+}
+
+bool ElementView::Attribute(const char* name, std::string_view& value) const noexcept {
+  if (!IsElement()) return false;
+  const pugi::xml_attribute a = NodeOf(node_).attribute(name);
   if (!a) return false;
   value = a.value();
   return true;
 }
 
+const char* ElementView::RawName() const noexcept { return NodeOf(node_).name(); }
+
+bool ElementView::NameIs(std::string_view name) const noexcept {
+  const char* raw = RawName();
+  for (const char c : name) {
+    if (*raw++ != c) return false;  // also stops at the end of a shorter name
+  }
+  return *raw == 0;
+}
+
 std::string_view ElementView::LocalName() const noexcept {
-  const char* name = NodeOf(node_).name();
+  const char* name = RawName();
   const char* colon = std::strrchr(name, ':');
   return colon ? std::string_view(colon + 1) : std::string_view(name);
 }
 
 bool ElementView::IsNullMarked() const noexcept {
-  const pugi::xml_attribute flag = NodeOf(node_).attribute("null");
-  return flag && std::strcmp(flag.value(), "true") == 0;
+  // Most elements have no attribute at all: one step tells.
+  for (pugi::xml_attribute a = NodeOf(node_).first_attribute(); a; a = a.next_attribute()) {
+    if (std::strcmp(a.name(), "null") == 0) return std::strcmp(a.value(), "true") == 0;
+  }
+  return false;
 }
 
 std::string_view ElementView::Text(std::string& scratch) const {
   const pugi::xml_node n = NodeOf(node_);
   const pugi::xml_node first = n.first_child();
+  if (embedded_) {
+    const char* embedded = n.value();
+    if (*embedded != 0 && !first) return embedded;
+    // Text, then more content, takes the general road. Once the tree has
+    // been materialized (by that road), element values are stale.
+    if (*embedded != 0 && DocImpl::DocOf(*origin_)->embedded) {
+      scratch = Handle().text();
+      return scratch;
+    }
+  }
   if (!first) return {};
   if (!first.next_sibling() && first.type() == pugi::node_pcdata) return first.value();
   scratch = Handle().text();
   return scratch;
 }
 
-DOMNode ElementView::Handle() const { return DocImpl::MakeNode(DocImpl::DocOf(*parent_), node_); }
+DOMNode ElementView::Handle() const { return DocImpl::MakeNode(DocImpl::DocOf(*origin_), node_); }
 
 }  // namespace tympora::detail

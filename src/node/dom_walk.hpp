@@ -2,9 +2,10 @@
 //
 // The walk sees the same children, names, null marks and texts as
 // childNodes().item(i), baseName, IsNullNode and text, without making a
-// handle, a name string or a text copy for each child. The DOM does not
-// change during an import, so visiting the siblings in order is the same as
-// fetching each position afresh.
+// handle, a name string or a text copy for each child, and it reads the
+// texts that a parse kept inside their elements (see ParseMode) where they
+// are. The DOM does not change during an import, so visiting the siblings
+// in order is the same as fetching each position afresh.
 #pragma once
 
 #include <string>
@@ -14,53 +15,53 @@
 
 namespace tympora::detail {
 
-// One child element during the walk; valid only inside the visitor's call.
+// A node during the walk; valid while the handle it was made from lives.
 class ElementView {
  public:
+  // The view of `node`; raises 91 for an absent handle. `node` must outlive
+  // the view and every view of its descendants.
+  static ElementView Of(const DOMNode& node);
+
+  // The qualified name, prefix included.
+  const char* RawName() const noexcept;
+  // True when the qualified name is exactly `name`.
+  bool NameIs(std::string_view name) const noexcept;
   // The local name: the element name after any prefix.
   std::string_view LocalName() const noexcept;
   // True exactly when the element has an attribute "null" whose value is "true".
   bool IsNullMarked() const noexcept;
+  // The value of the attribute `name` in `value`; false when the node is no
+  // element or has no such attribute.
+  bool Attribute(const char* name, std::string_view& value) const noexcept;
+  // True for an element (not an attribute, text or document node).
+  bool IsElement() const noexcept;
   // The element's text (its text and CDATA descendants, references
   // resolved). Points into the tree where it can; else into `scratch`.
   std::string_view Text(std::string& scratch) const;
-  // A handle of the element, for a child record's own import.
+  // A handle of the node, for the general DOM road.
   DOMNode Handle() const;
 
+  // Calls `visit(child)` for every child element, in document order; text,
+  // comments and other nodes are passed over. Whatever `visit` raises ends
+  // the walk.
+  template <class Visit>
+  void ForEachChildElement(Visit&& visit) const;
+
  private:
-  friend struct ElementWalk;
-  const DOMNode* parent_ = nullptr;
-  void* node_ = nullptr;
-};
+  ElementView(const DOMNode* origin, void* node, bool embedded) noexcept
+      : origin_(origin), node_(node), embedded_(embedded) {}
+  static void* FirstChild(void* node) noexcept;
+  static void* NextSibling(void* node) noexcept;
 
-// The value of the attribute `name` of the element `node` in `value`; false
-// when `node` is no element (the caller then takes the general road) or has
-// no such attribute.
-bool ElementAttribute(const DOMNode& node, const char* name, std::string_view& value,
-                      bool& is_element);
-
-// Calls `visit(element)` for every child element of `parent`, in document
-// order; text, comments and other nodes are passed over. Raises 91 for an
-// absent parent. Whatever `visit` raises ends the walk.
-template <class Visit>
-void ForEachChildElement(const DOMNode& parent, Visit&& visit);
-
-struct ElementWalk {
-  // First and next child element of a node, or nullptr.
-  static void* First(const DOMNode& parent);
-  static void* Next(void* node) noexcept;
-  static ElementView View(const DOMNode& parent, void* node) noexcept {
-    ElementView v;
-    v.parent_ = &parent;
-    v.node_ = node;
-    return v;
-  }
+  const DOMNode* origin_;  // a handle of the same document
+  void* node_;
+  bool embedded_;  // the tree holds embedded text (read when the view was made)
 };
 
 template <class Visit>
-void ForEachChildElement(const DOMNode& parent, Visit&& visit) {
-  for (void* n = ElementWalk::First(parent); n != nullptr; n = ElementWalk::Next(n)) {
-    visit(ElementWalk::View(parent, n));
+void ElementView::ForEachChildElement(Visit&& visit) const {
+  for (void* n = FirstChild(node_); n != nullptr; n = NextSibling(n)) {
+    visit(ElementView(origin_, n, embedded_));
   }
 }
 

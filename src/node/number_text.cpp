@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -240,16 +241,33 @@ std::optional<std::string> CanonicalNumber(std::string_view text) {
 namespace detail {
 
 bool ReadPlainNumber(std::string_view text, double& value) noexcept {
+  // Powers of ten that a double holds exactly.
+  static constexpr double kExact[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
   size_t i = 0;
   const size_t n = text.size();
-  if (i < n && text[i] == '-') ++i;
+  const bool negative = i < n && text[i] == '-';
+  if (negative) ++i;
   size_t digits = 0;
-  while (i < n && IsDigit(text[i])) ++i, ++digits;
+  size_t fraction_digits = 0;
+  uint64_t mantissa = 0;  // of the first 19 digits; exact while digits <= 15
+  for (; i < n && IsDigit(text[i]); ++i, ++digits) {
+    if (digits < 19) mantissa = mantissa * 10 + static_cast<uint64_t>(text[i] - '0');
+  }
   if (i < n && text[i] == '.') {
-    ++i;
-    while (i < n && IsDigit(text[i])) ++i, ++digits;
+    for (++i; i < n && IsDigit(text[i]); ++i, ++digits, ++fraction_digits) {
+      if (digits < 19) mantissa = mantissa * 10 + static_cast<uint64_t>(text[i] - '0');
+    }
   }
   if (digits == 0) return false;
+  if (i == n && digits <= 15) {
+    // Both the digits and the power of ten are exact doubles, so one
+    // division rounds correctly: the value from_chars would give.
+    const double magnitude = static_cast<double>(mantissa) / kExact[fraction_digits];
+    value = negative ? -magnitude : magnitude;
+    return true;
+  }
   if (i < n && text[i] == 'E') {
     ++i;
     if (i < n && (text[i] == '+' || text[i] == '-')) ++i;

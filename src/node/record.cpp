@@ -38,15 +38,15 @@ bool ReadNumber(std::string_view text, double& number) {
 }
 
 // ReadNodeID, on the fast road for an element: the "id" attribute, when
-// present and numeric, becomes the ID.
-void ReadID(const DOMNode& node, int32_t& id) {
+// present and numeric, becomes the ID. Any other node takes ReadNodeID,
+// which reports what a node without attributes cannot give.
+void ReadID(const detail::ElementView& node, int32_t& id) {
   std::string_view text;
-  bool is_element = false;
-  if (detail::ElementAttribute(node, "id", text, is_element)) {
+  if (node.Attribute("id", text)) {
     double number;
     if (ReadNumber(text, number)) id = ToInt32(number);
-  } else if (!is_element) {
-    ReadNodeID(node, id);  // reports what a node without attributes cannot give
+  } else if (!node.IsElement()) {
+    ReadNodeID(node.Handle(), id);
   }
 }
 
@@ -111,6 +111,19 @@ RecordInfo::RecordInfo(std::string_view node_name_, std::string_view class_name_
     if (it != by_name_.end()) by_name_.emplace(alias.name, it->second);
   }
   if (id_by_name) by_name_.emplace("ID", kId);
+}
+
+int RecordInfo::Guess(int code) const noexcept {
+  const int properties = static_cast<int>(this->properties.size());
+  if (code >= 0 && code + 1 < properties) return code + 1;
+  if (code >= 0 || code == kNone) return children.empty() ? kNone : -1;
+  return code;  // children of one list come in a run
+}
+
+std::string_view RecordInfo::ElementOf(int code) const noexcept {
+  if (code >= 0) return properties[static_cast<size_t>(code)].element;
+  if (code == kNone) return {};
+  return children[static_cast<size_t>(-1 - code)].element;
 }
 
 int RecordInfo::FindElement(std::string_view name) const {
@@ -221,28 +234,38 @@ StatusPtr RecordBase::ExportXMLNode(DOMDocument& Document, DOMElement& ParentNod
 }
 
 StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
-  const RecordInfo& info = Info();
-  return RunFrameA([&](StatusPtr& status) {
+  return RunFrameA([&](StatusPtr&) {
     CheckThisNode(ThisNode);
-    ReadID(ThisNode, id_);
-    std::string scratch;
-    detail::ForEachChildElement(ThisNode, [&](const detail::ElementView& child) {
-      const int i = info.FindElement(child.LocalName());
+    ImportContent(detail::ElementView::Of(ThisNode));
+  });
+}
+
+// The import of one record below the frame: the children's records are
+// imported here too, without a frame and a status each, so that a failure
+// anywhere below rises to the frame of the record the host imports.
+void RecordBase::ImportContent(const detail::ElementView& node) {
+  const RecordInfo& info = Info();
+  ReadID(node, id_);
+  std::string scratch;
+  // Elements mostly come in table order: each name is first compared with
+  // the one expected next, and looked up only when it differs.
+  int expected = info.properties.empty() ? info.Guess(RecordInfo::kNone) : 0;
+  node.ForEachChildElement([&](const detail::ElementView& child) {
+    int i = expected;
+    if (i == RecordInfo::kNone || !child.NameIs(info.ElementOf(i))) {
+      i = info.FindElement(child.LocalName());
       if (i == RecordInfo::kNone) return;
-      if (i >= 0) {
-        ImportProperty(*this, info.properties[static_cast<size_t>(i)], child, scratch);
-        return;
-      }
-      if (child.IsNullMarked()) return;
-      const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
-      std::shared_ptr<CNode> record = list.create();
-      DOMNode element = child.Handle();
-      if (StatusPtr returned = record->ImportXMLNode(element)) {
-        status = std::move(returned);
-        if (status->Number() != 0) status->RaiseError();
-      }
-      list.add(*this, record);
-    });
+    }
+    expected = info.Guess(i);
+    if (i >= 0) {
+      ImportProperty(*this, info.properties[static_cast<size_t>(i)], child, scratch);
+      return;
+    }
+    if (child.IsNullMarked()) return;
+    const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
+    std::shared_ptr<CNode> record = list.create();
+    static_cast<RecordBase&>(*record).ImportContent(child);
+    list.adopt(*this, record);
   });
 }
 

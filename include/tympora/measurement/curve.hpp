@@ -26,7 +26,7 @@ class CCurve final : public RecordBase {
   static constexpr std::string_view kNodeName = "Curve";
 
   // A new curve: ID 0, every value Null, both point lists new and empty.
-  CCurve() { Reset(); }
+  CCurve() = default;
 
   // The live list of curve points: the same object until the next reset of
   // that list. The curve owns the list; it holds the very points added.
@@ -106,8 +106,9 @@ class CCurve final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CCurveDatum> curve_data_;
-  CollectionPtr<CDistortionDatum> distortion_data_;
+  CollectionPtr<CCurveDatum> curve_data_ = std::make_shared<Collection<CCurveDatum>>();
+  CollectionPtr<CDistortionDatum> distortion_data_ =
+      std::make_shared<Collection<CDistortionDatum>>();
   Nullable<std::string> curve_exp_;
   Nullable<std::string> curve_type_;
   Nullable<std::string> date_text_;

@@ -16,7 +16,7 @@ class CCurveDatum final : public RecordBase {
   static constexpr std::string_view kNodeName = "CurveDatum";
 
   // A new point: ID 0, every value Null.
-  CCurveDatum() { Reset(); }
+  CCurveDatum() = default;
 
   // True for the frequencies the setter stores: 0 to 100000.
   static bool FrequencyAccepted(int32_t lValue) noexcept { return lValue >= 0 && lValue <= 100000; }

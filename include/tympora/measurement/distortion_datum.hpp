@@ -17,7 +17,7 @@ class CDistortionDatum final : public RecordBase {
   static constexpr std::string_view kNodeName = "DistortionDatum";
 
   // A new point: ID 0, every value Null.
-  CDistortionDatum() { Reset(); }
+  CDistortionDatum() = default;
 
   // True for the frequencies the setter stores: 0 to 100000, as for a curve point.
   static bool FrequencyAccepted(int32_t lValue) noexcept {

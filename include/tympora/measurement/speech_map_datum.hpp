@@ -16,7 +16,7 @@ class CSpeechMapDatum final : public RecordBase {
   static constexpr std::string_view kNodeName = "SpeechMapDatum";
 
   // A new point: ID 0, every value Null.
-  CSpeechMapDatum() { Reset(); }
+  CSpeechMapDatum() = default;
 
   // ID set and get. PropertyByName reads it under "ID" but never sets it.
   using RecordBase::ID;

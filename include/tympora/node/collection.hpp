@@ -6,11 +6,15 @@
 // are O(1); a list of records holds references to the very objects added.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
-#include <unordered_set>
+#include <string_view>
+#include <vector>
 
 #include "tympora/node/error.hpp"
 #include "tympora/node/object.hpp"
@@ -41,7 +45,7 @@ class NodeCollection : public Object {
 template <class T>
 class Collection final : public NodeCollection {
   struct Entry {
-    const std::string* key;
+    std::string key;
     std::shared_ptr<T> item;
   };
 
@@ -68,41 +72,52 @@ class Collection final : public NodeCollection {
   Collection& operator=(const Collection&) = delete;
 
   // Adds `item` at the end under `key`. Raises 91 for an absent item and 457
-  // for a key already present; in both cases the list is unchanged.
-  void Add(const std::shared_ptr<T>& item, const std::string& key) {
+  // for a key already present; the list is unchanged then.
+  void Add(const std::shared_ptr<T>& item, std::string key) {
     if (!item) RaisePlatformError(kErrObjectNotSet);
-    auto [pos, inserted] = keys_.insert(key);
-    if (!inserted) RaisePlatformError(kErrDuplicateKey);
-    try {
-      entries_.push_back(Entry{&*pos, item});
-    } catch (...) {
-      keys_.erase(pos);
-      throw;
-    }
+    const size_t hash = std::hash<std::string_view>{}(key);
+    if (Find(key, hash) != kAbsent) RaisePlatformError(kErrDuplicateKey);
+    Reserve(entries_.size() + 1);
+    entries_.push_back(Entry{std::move(key), item});
+    Place(Slot{hash, first_seq_ + entries_.size() - 1});
   }
 
   int32_t Count() const noexcept override { return static_cast<int32_t>(entries_.size()); }
 
-  // The element at `position`, 1 to Count. Raises 5 when out of range.
+  // The element at `position` (1 to Count). Raises 5 when out of range.
   const std::shared_ptr<T>& Item(int32_t position) const {
     CheckPosition(position);
     return entries_[static_cast<size_t>(position - 1)].item;
   }
 
-  // The key under which the element at `position` is stored. Raises 5 when out of range.
   const std::string& Key(int32_t position) const override {
     CheckPosition(position);
-    return *entries_[static_cast<size_t>(position - 1)].key;
+    return entries_[static_cast<size_t>(position - 1)].key;
   }
 
   void Remove(int32_t position) override {
     CheckPosition(position);
-    auto it = entries_.begin() + (position - 1);
-    keys_.erase(*it->key);
-    entries_.erase(it);
+    const size_t index = static_cast<size_t>(position - 1);
+    const uint64_t seq = first_seq_ + index;
+    const std::string& key = entries_[index].key;
+    size_t slot = Find(key, std::hash<std::string_view>{}(key));
+    Erase(slot);
+    if (index == 0) {
+      entries_.pop_front();
+      ++first_seq_;
+    } else if (index + 1 == entries_.size()) {
+      entries_.pop_back();
+    } else {
+      entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
+      for (Slot& s : slots_) {
+        if (s.seq > seq) --s.seq;  // the later elements moved up by one
+      }
+    }
   }
 
-  bool Contains(const std::string& key) const override { return keys_.count(key) != 0; }
+  bool Contains(const std::string& key) const override {
+    return Find(key, std::hash<std::string_view>{}(key)) != kAbsent;
+  }
 
   std::shared_ptr<CNode> NodeItem(int32_t position) const override { return Item(position); }
 
@@ -117,12 +132,66 @@ class Collection final : public NodeCollection {
   const_iterator end() const { return const_iterator(entries_.end()); }
 
  private:
+  // The key index: open addressing with linear probing over a power-of-two
+  // table at most half full. A slot holds a key's hash and the sequence
+  // number of its element; the element at position p (from 0) has sequence
+  // number first_seq_ + p, so that removing the first element renumbers
+  // nothing. Sequence number 0 marks a free slot.
+  struct Slot {
+    size_t hash = 0;
+    uint64_t seq = 0;
+  };
+  static constexpr size_t kAbsent = SIZE_MAX;
+
   void CheckPosition(int32_t position) const {
     if (position < 1 || position > Count()) RaisePlatformError(kErrInvalidCall);
   }
 
-  std::unordered_set<std::string> keys_;
+  size_t Find(const std::string& key, size_t hash) const noexcept {
+    if (slots_.empty()) return kAbsent;
+    const size_t mask = slots_.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+      const Slot& s = slots_[i];
+      if (s.seq == 0) return kAbsent;
+      if (s.hash == hash && entries_[static_cast<size_t>(s.seq - first_seq_)].key == key) return i;
+    }
+  }
+
+  // Makes room for `count` keys; may raise out of memory, changing nothing.
+  void Reserve(size_t count) {
+    if (count * 2 <= slots_.size()) return;
+    std::vector<Slot> old(std::max<size_t>(16, slots_.size() * 2));
+    old.swap(slots_);
+    for (const Slot& s : old) {
+      if (s.seq != 0) Place(s);
+    }
+  }
+
+  void Place(const Slot& slot) noexcept {
+    const size_t mask = slots_.size() - 1;
+    size_t i = slot.hash & mask;
+    while (slots_[i].seq != 0) i = (i + 1) & mask;
+    slots_[i] = slot;
+  }
+
+  // Frees slot `hole`, moving later slots of its probe run back so that no
+  // lookup stops early.
+  void Erase(size_t hole) noexcept {
+    const size_t mask = slots_.size() - 1;
+    for (size_t j = (hole + 1) & mask; slots_[j].seq != 0; j = (j + 1) & mask) {
+      const size_t home = slots_[j].hash & mask;
+      const bool stays = hole <= j ? (hole < home && home <= j) : (hole < home || home <= j);
+      if (!stays) {
+        slots_[hole] = slots_[j];
+        hole = j;
+      }
+    }
+    slots_[hole] = Slot{};
+  }
+
   std::deque<Entry> entries_;
+  std::vector<Slot> slots_;
+  uint64_t first_seq_ = 1;  // the sequence number of the first element
 };
 
 template <class T>

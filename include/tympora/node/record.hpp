@@ -23,6 +23,9 @@
 namespace tympora {
 
 class RecordBase;
+namespace detail {
+class ElementView;
+}
 
 // The value types a record property can have.
 enum class PropKind { Int32, Double, String, Date, Bool };
@@ -58,6 +61,8 @@ struct ChildListDef {
   std::shared_ptr<CNode> (*create)();
   // Adds a child under its ID's key: 91 absent, 13 wrong class, 457 duplicate.
   void (*add)(RecordBase&, const std::shared_ptr<CNode>&);
+  // Adds a child made by `create`, whose class is known, as `add` does.
+  void (*adopt)(RecordBase&, const std::shared_ptr<CNode>&);
   // The live list itself, shared with the caller (what dispatch hands out).
   std::shared_ptr<NodeCollection> (*shared_list)(const RecordBase&);
 };
@@ -86,6 +91,12 @@ class RecordInfo {
   // list (-1 - list index), or nothing (kNone).
   static constexpr int kNone = INT32_MIN;
   int FindElement(std::string_view name) const;
+  // The code of the element most likely to follow one of code `code` in a
+  // file (kNone: at the start), following the export order; kNone when no
+  // element can.
+  int Guess(int code) const noexcept;
+  // The element name of a property or child-list code; empty for kNone.
+  std::string_view ElementOf(int code) const noexcept;
   // The property that PropertyByName `name` stands for, kId for "ID" where
   // id_by_name, or kNone.
   static constexpr int kId = -1;
@@ -142,6 +153,10 @@ class RecordBase : public CNode {
   RecordBase() = default;
 
  private:
+  // Reads the ID and every child element of `node` into this record, child
+  // records included; raises what fails.
+  void ImportContent(const detail::ElementView& node);
+
   int32_t id_ = 0;
 };
 

@@ -23,7 +23,7 @@ class CClient final : public RecordBase {
   static constexpr std::string_view kNodeName = "ClientOrPatient";
 
   // A new client: ID 0, every value Null, no aids.
-  CClient() { Reset(); }
+  CClient() = default;
 
   using RecordBase::ID;
 
@@ -114,7 +114,7 @@ class CClient final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CClientAid> aids_;
+  CollectionPtr<CClientAid> aids_ = std::make_shared<Collection<CClientAid>>();
   Nullable<std::string> first_name_;
   Nullable<std::string> last_name_;
   Nullable<std::string> number_;

@@ -25,7 +25,7 @@ class CClientAid final : public RecordBase {
   static constexpr std::string_view kNodeName = "ClientAid";
 
   // A new aid: ID 0, every value Null, no test definitions.
-  CClientAid() { Reset(); }
+  CClientAid() = default;
 
   using RecordBase::ID;
 
@@ -123,7 +123,8 @@ class CClientAid final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CTestDefinition> test_definitions_;
+  CollectionPtr<CTestDefinition> test_definitions_ =
+      std::make_shared<Collection<CTestDefinition>>();
   Nullable<std::string> manufacturer_name_;
   Nullable<std::string> manufacturer_type_;
   Nullable<std::string> manufacturer_city_;

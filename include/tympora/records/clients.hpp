@@ -19,7 +19,7 @@ class CClients final : public RecordBase {
   static constexpr std::string_view kNodeName = "Clients";
 
   // A new list: ID 0, no clients.
-  CClients() { Reset(); }
+  CClients() = default;
 
   using RecordBase::ID;
 
@@ -37,7 +37,7 @@ class CClients final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CClient> clients_;
+  CollectionPtr<CClient> clients_ = std::make_shared<Collection<CClient>>();
 };
 
 }  // namespace tympora

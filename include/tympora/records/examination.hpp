@@ -25,7 +25,7 @@ class CExamination final : public RecordBase {
   static constexpr std::string_view kNodeName = "Examination";
 
   // A new examination: ID 0, every value Null, no curves.
-  CExamination() { Reset(); }
+  CExamination() = default;
 
   // True for the curve counts the NumberOfCurves setter stores: 0 and above.
   static bool NumberOfCurvesAccepted(int32_t lValue) noexcept { return lValue >= 0; }
@@ -94,7 +94,7 @@ class CExamination final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CCurve> curves_;
+  CollectionPtr<CCurve> curves_ = std::make_shared<Collection<CCurve>>();
   Nullable<int32_t> aid_class_;
   Nullable<int32_t> analyzer_aid_type_;
   Nullable<int32_t> category_;

@@ -24,7 +24,7 @@ class CTestDefinition final : public RecordBase {
   static constexpr std::string_view kNodeName = "TestSession";
 
   // A new test session: ID 0, every value Null, no examinations.
-  CTestDefinition() { Reset(); }
+  CTestDefinition() = default;
 
   // The key of the session in its aid's list; no null flag.
   using RecordBase::ID;
@@ -78,7 +78,7 @@ class CTestDefinition final : public RecordBase {
   const RecordInfo& Info() const override;
 
  private:
-  CollectionPtr<CExamination> examinations_;
+  CollectionPtr<CExamination> examinations_ = std::make_shared<Collection<CExamination>>();
   Nullable<int32_t> percode_;
   Nullable<int32_t> ins_code_;
   Nullable<std::string> test_type_;
