@@ -9,8 +9,12 @@
 namespace tympora::detail {
 namespace {
 
+// `n` or its first following sibling that is an element; the null node
+// (whose type is node_null) when there is none.
 pugi::xml_node ElementFrom(pugi::xml_node n) noexcept {
-  while (n && n.type() != pugi::node_element) n = n.next_sibling();
+  for (pugi::xml_node_type t; (t = n.type()) != pugi::node_element; n = n.next_sibling()) {
+    if (t == pugi::node_null) break;
+  }
   return n;
 }
 
@@ -36,10 +40,13 @@ bool ElementView::IsElement() const noexcept {
 
 bool ElementView::Attribute(const char* name, std::string_view& value) const noexcept {
   if (!IsElement()) return false;
-  const pugi::xml_attribute a = NodeOf(node_).attribute(name);
-  if (!a) return false;
-  value = a.value();
-  return true;
+  for (pugi::xml_attribute a = NodeOf(node_).first_attribute(); a; a = a.next_attribute()) {
+    if (std::strcmp(a.name(), name) == 0) {
+      value = a.value();
+      return true;
+    }
+  }
+  return false;
 }
 
 const char* ElementView::RawName() const noexcept { return NodeOf(node_).name(); }

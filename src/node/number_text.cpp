@@ -329,6 +329,11 @@ double ToDouble(std::string_view text) {
 }
 
 int32_t ToInt32(double value) {
+  // Whole numbers in range, the common case, need no rounding.
+  if (value >= -2147483648.0 && value <= 2147483647.0) {
+    const auto whole = static_cast<int32_t>(value);
+    if (whole == value) return whole;
+  }
   if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);
   // Half to even, independent of the floating-point rounding mode;
   // value - floor(value) is exact for every double.
