@@ -101,6 +101,28 @@ TEST(DomParseTest, TextThatResolvesToBlanksIsDropped) {
   }
 }
 
+// A reference to a character that XML forbids is refused wherever the
+// parser would resolve it, and only there; a "<!--" inside an attribute
+// value opens no comment.
+TEST(DomParseTest, ForbiddenReferencesAreRefusedWhereTheyResolve) {
+  struct Case {
+    const char* text;
+    int64_t filepos;  // of the refused reference; -1: the text parses
+  };
+  const Case cases[] = {
+      {"<r a=\"x<!--\">&#6;</r>", 13}, {"<r a='<?'>&#x1;</r>", 10},
+      {"<r a=\"&#1;\"/>", 6},          {"<r a='&#65;' b=\"'&#2;\"/>", 17},
+      {"<r><!-- &#1; --></r>", -1},    {"<r><![CDATA[&#1;]]></r>", -1},
+      {"<?pi &#1;?><r/>", -1},         {"<r a='&#9;'>&#13;&#x10FFFF;</r>", -1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    DOMDocument d = DOMDocument::New();
+    EXPECT_EQ(d.loadXML(c.text), c.filepos < 0);
+    EXPECT_EQ(d.parseError().filepos, c.filepos < 0 ? 0 : c.filepos);
+  }
+}
+
 // load parses the bytes where it read them; a failure is still located in
 // the original text, exactly as loadXML locates it.
 TEST(DomParseTest, LoadLocatesFailuresAsLoadXmlDoes) {

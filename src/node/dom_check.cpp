@@ -124,8 +124,6 @@ bool BlankAround(std::string_view text, size_t at, size_t next, size_t floor,
   return false;
 }
 
-// Checks every character reference outside comments, CDATA sections and
-// processing instructions, whose content is not markup.
 // Finds the next '&' or '<' at or after a position. It keeps one memchr
 // cursor per character, each moved only once it falls behind, so a whole
 // text costs two linear scans (find_first_of tests every byte against the
@@ -151,6 +149,32 @@ class MarkupCursor {
   size_t amp_, lt_;  // the next of each at or after the last position; npos: none left
 };
 
+// Checks the references in the quoted attribute values of the tag that
+// opens at `i` (where a '<' in a value is only a character) and moves `i`
+// past the tag's '>'.
+bool CheckTag(std::string_view text, size_t& i, std::string& reason, int64_t& offset) {
+  size_t j = i + 1;
+  while (j < text.size() && text[j] != '>') {
+    const char quote = text[j];
+    if (quote != '"' && quote != '\'') {
+      ++j;
+      continue;
+    }
+    const size_t close = std::min(text.size(), text.find(quote, j + 1));
+    const std::string_view value = text.substr(j + 1, close - j - 1);
+    for (size_t k = value.find("&#"); k != std::string_view::npos; k = value.find("&#", k + 2)) {
+      size_t after = 0;
+      if (!CheckReference(text, j + 1 + k, after, reason, offset)) return false;
+    }
+    j = close + 1;
+  }
+  i = std::min(text.size(), j + 1);
+  return true;
+}
+
+// Checks every character reference outside comments, CDATA sections and
+// processing instructions, whose content is not markup. Tags are read with
+// their quoted values, so that a "<!--" inside a value opens no comment.
 bool CheckReferences(std::string_view text, std::string& reason, int64_t& offset) {
   static constexpr struct {
     std::string_view open, close;
@@ -165,15 +189,16 @@ bool CheckReferences(std::string_view text, std::string& reason, int64_t& offset
       }
       continue;
     }
-    size_t skip_to = i + 1;
+    bool literal_section = false;
     for (const auto& literal : kLiteral) {
       if (text.substr(i, literal.open.size()) != literal.open) continue;
       const size_t close = text.find(literal.close, i + literal.open.size());
       // An unclosed section is the parser's to report.
-      skip_to = close == std::string_view::npos ? text.size() : close + literal.close.size();
+      i = close == std::string_view::npos ? text.size() : close + literal.close.size();
+      literal_section = true;
       break;
     }
-    i = skip_to;
+    if (!literal_section && !CheckTag(text, i, reason, offset)) return false;
   }
   return true;
 }
