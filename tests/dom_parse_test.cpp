@@ -3,25 +3,16 @@
 // parses the file's bytes where they were read, reports failures.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
+#include "test_util.hpp"
 #include "tympora/node/dom.hpp"
 
 namespace tympora {
 namespace {
 
-DOMDocument Parsed(std::string_view text, bool preserve = false) {
-  DOMDocument d = DOMDocument::New();
-  d.preserveWhiteSpace(preserve);
-  EXPECT_TRUE(d.loadXML(text)) << d.parseError().reason;
-  return d;
-}
-
-std::string TempFile(const std::string& name, std::string_view bytes) {
-  const std::string path = ::testing::TempDir() + "dom_parse_test_" + name;
-  std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
-  return path;
+DOMDocument Parsed(const std::string& text, bool preserve = false) {
+  return testing::Parse(text, preserve);
 }
 
 // The tree below `node` as text: name[children] for elements, the text of
@@ -133,13 +124,16 @@ TEST(DomParseTest, LoadLocatesFailuresAsLoadXmlDoes) {
       "<a>\r\n  <b></c></a>", "<a/>\n<b/>", " <?xml version='1.0'?><a/>",
       "<a>\n<b>&#1;</b></a>", late,
   };
+  const testing::TempDir dir;
   int n = 0;
   for (const std::string& text : cases) {
     SCOPED_TRACE(text.substr(0, 40));
     DOMDocument from_text = DOMDocument::New();
     EXPECT_FALSE(from_text.loadXML(text));
     DOMDocument from_file = DOMDocument::New();
-    EXPECT_FALSE(from_file.load(TempFile(std::to_string(n++) + ".xml", text)));
+    const std::string path = dir / (std::to_string(n++) + ".xml");
+    testing::WriteFile(path, text);
+    EXPECT_FALSE(from_file.load(path));
     const DOMParseError& a = from_text.parseError();
     const DOMParseError& b = from_file.parseError();
     EXPECT_EQ(b.errorCode, a.errorCode);

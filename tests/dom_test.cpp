@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "test_util.hpp"
 #include "tympora/node/error.hpp"
 
 namespace tympora {
@@ -38,7 +39,7 @@ DOMDocument Parsed(std::string_view text, bool preserve = false) {
 
 std::string TempFile(const std::string& name, std::string_view bytes) {
   const std::string path = ::testing::TempDir() + "dom_test_" + name;
-  std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
+  testing::WriteFile(path, bytes);
   return path;
 }
 
@@ -518,7 +519,7 @@ TEST(DomTest, ChildItemsMatchInAnyOrder) {
   for (const std::vector<int>& order : orders) {
     for (int i : order) {
       for (int p = 0; p < 20; ++p) {
-        SCOPED_TRACE(testing::Message() << "parent " << p << " index " << i);
+        SCOPED_TRACE(::testing::Message() << "parent " << p << " index " << i);
         const DOMNodeList list = root.childNodes().item(p).childNodes();
         const bool inside = i >= 0 && i < 30;
         EXPECT_EQ(list.item(i), inside ? expected[p][i] : DOMNode());

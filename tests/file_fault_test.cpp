@@ -37,12 +37,10 @@ bool IsLink(const std::string& path) {
   return ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
 }
 
-void WriteText(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
 TEST(FileFaultTest, ALinkAtThePathIsReplacedAndItsTargetUntouched) {
   TempDir dir;
   const std::string target = dir / "target.txt", path = dir / "out.xml";
-  WriteText(target, "TARGET");
+  testing::WriteFile(target, "TARGET");
   for (const char* to : {"target.txt", "missing.txt"}) {
     SCOPED_TRACE(to);
     ASSERT_EQ(::symlink(to, path.c_str()), 0);
@@ -61,7 +59,7 @@ TEST(FileFaultTest, ALinkAtThePathIsReplacedAndItsTargetUntouched) {
 TEST(FileFaultTest, CreateNewRefusesALink) {
   TempDir dir;
   const std::string target = dir / "target.txt", path = dir / "link.xml";
-  WriteText(target, "TARGET");
+  testing::WriteFile(target, "TARGET");
   ASSERT_EQ(::symlink(target.c_str(), path.c_str()), 0);
   const int16_t number = FreeFile();
   EXPECT_EQ(testing::ErrorOf([&] { OpenFile(number, path, FileOpenMode::CreateNew); }),
@@ -76,7 +74,7 @@ TEST(FileFaultTest, CreateNewRefusesALink) {
 TEST(FileFaultTest, ALinkPlantedDuringTheExportIsNeverFollowed) {
   TempDir dir;
   const std::string target = dir / "target.txt", path = dir / "out.xml";
-  WriteText(target, "TARGET");
+  testing::WriteFile(target, "TARGET");
   const auto clinic = SmallClinic();
   std::atomic<bool> stop{false};
   std::thread planter([&] {

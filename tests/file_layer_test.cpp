@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "test_util.hpp"
 #include "tympora/node/error.hpp"
 
 namespace tympora {
@@ -26,13 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Call = std::function<void()>;
-
-void WriteText(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
-std::string ReadText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 std::optional<Error> Raised(const Call& call) {
   try {
@@ -115,7 +109,7 @@ TEST_F(FileLayerNumbers, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
   for (int16_t n = 1; n <= kMaxFileNumber; ++n) FileClose(n);
   EXPECT_EQ(FreeFile(), 1);
   for (int n = 1; n <= kMaxFileNumber; ++n) {
-    EXPECT_EQ(ReadText(name(n)), std::to_string(n) + (n == 200 ? ";again" : ";")) << n;
+    EXPECT_EQ(testing::ReadFile(name(n)), std::to_string(n) + (n == 200 ? ";again" : ";")) << n;
   }
   ::setrlimit(RLIMIT_NOFILE, &saved);
 }
@@ -171,7 +165,7 @@ TEST_F(FileLayerErrors, AlreadyOpenTable) {
   EXPECT_EQ(RunInChild([&] { return TakeLock(first); }), 70);
   FileWrite(1, "two");
   FileClose(1);
-  EXPECT_EQ(ReadText(first), "onetwo");
+  EXPECT_EQ(testing::ReadFile(first), "onetwo");
   OpenFile(2, first, FileOpenMode::Append);  // open again once closed
 }
 
@@ -194,17 +188,18 @@ TEST_F(FileLayerErrors, Table) {
   const Row rows[] = {
       {"open in missing folder", none, In("missing/a"), binary, 76, none},
       {"create in missing folder", none, In("missing/a"), create, 76, none},
-      {"open under a file", [&] { WriteText(In("plain"), ""); }, In("plain/a"), binary, 76, none},
+      {"open under a file", [&] { testing::WriteFile(In("plain"), ""); }, In("plain/a"), binary, 76,
+       none},
       {"open a folder", [&] { fs::create_directory(In("sub")); }, In("sub"), binary, 75, none},
       {"open a fifo", [&] { ::mkfifo(In("fifo").c_str(), 0600); }, In("fifo"), binary, 75, none},
-      {"create over a file", [&] { WriteText(In("old"), "keep"); }, In("old"), create, 58,
-       [&] { EXPECT_EQ(ReadText(In("old")), "keep"); }},
+      {"create over a file", [&] { testing::WriteFile(In("old"), "keep"); }, In("old"), create, 58,
+       [&] { EXPECT_EQ(testing::ReadFile(In("old")), "keep"); }},
       {"create over a link",
        [&] {
-         WriteText(In("target"), "keep");
+         testing::WriteFile(In("target"), "keep");
          fs::create_symlink(In("target"), In("link"));
        },
-       In("link"), create, 75, [&] { EXPECT_EQ(ReadText(In("target")), "keep"); }},
+       In("link"), create, 75, [&] { EXPECT_EQ(testing::ReadFile(In("target")), "keep"); }},
       {"create over a dangling link", [&] { fs::create_symlink(In("nowhere"), In("dangling")); },
        In("dangling"), create, 75, [&] { EXPECT_FALSE(fs::exists(In("nowhere"))); }},
       {"open an empty name", none, "", binary, 52, none},
@@ -219,11 +214,11 @@ TEST_F(FileLayerErrors, Table) {
       {"delete in a read-only folder",
        [&] {
          fs::permissions(In("ro"), fs::perms::owner_all);
-         WriteText(In("ro/a"), "keep");
+         testing::WriteFile(In("ro/a"), "keep");
        },
-       In("ro/a"), remove, 70, [&] { EXPECT_EQ(ReadText(In("ro/a")), "keep"); }},
+       In("ro/a"), remove, 70, [&] { EXPECT_EQ(testing::ReadFile(In("ro/a")), "keep"); }},
       {"delete a link, not its target", none, In("link"), remove, 0,
-       [&] { EXPECT_EQ(ReadText(In("target")), "keep"); }},
+       [&] { EXPECT_EQ(testing::ReadFile(In("target")), "keep"); }},
       {"delete a file", none, In("old"), remove, 0, [&] { EXPECT_FALSE(fs::exists(In("old"))); }},
   };
   for (const Row& row : rows) {
@@ -268,13 +263,13 @@ TEST_F(FileLayerWrite, ModeTable) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     const std::string path = In(row.name);
-    if (row.before) WriteText(path, *row.before);
+    if (row.before) testing::WriteFile(path, *row.before);
     OpenFile(8, path, row.mode);
     EXPECT_EQ(FileLength(8), static_cast<int64_t>(row.before.value_or("").size()));
     for (const std::string& bytes : row.writes) FileWrite(8, bytes);
     EXPECT_EQ(FileLength(8), static_cast<int64_t>(row.after.size()));
     FileClose(8);
-    EXPECT_EQ(ReadText(path), row.after);
+    EXPECT_EQ(testing::ReadFile(path), row.after);
   }
 }
 
@@ -360,7 +355,7 @@ TEST_F(FileLayerThreads, OpenWriteCloseFromEightThreads) {
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(FreeFile(), 1);
   for (int t = 0; t < kThreads; ++t) {
-    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(ReadText(name(t, r)), text(t, r));
+    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(testing::ReadFile(name(t, r)), text(t, r));
   }
 }
 

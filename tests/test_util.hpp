@@ -9,6 +9,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tympora/node/dom.hpp"
@@ -89,6 +90,11 @@ inline std::string ReadFile(const std::filesystem::path& path) {
   std::stringstream ss;
   ss << in.rdbuf();
   return ss.str();
+}
+
+// Writes `bytes` as the whole content of a file, as they are.
+inline void WriteFile(const std::filesystem::path& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
 }
 
 // Replaces the date and time of the "document created" comment by a fixed

@@ -108,29 +108,9 @@ bool IsNumericText(const Variant& value) {
   }
 }
 
-int32_t ToInt32(const Variant& value) {
-  switch (value.Kind()) {
-    case Kind::Empty:
-      return 0;
-    case Kind::Null:
-      RaiseNull();
-    case Kind::Int16:
-      return value.AsInt16();
-    case Kind::Int32:
-      return value.AsInt32();
-    case Kind::Double:
-      return ToInt32(value.AsDouble());
-    case Kind::Date:
-      return ToInt32(value.AsDate().value);
-    case Kind::String:
-      return ToInt32(ToDouble(std::string_view(value.AsString())));
-    case Kind::Boolean:
-      return value.AsBool() ? -1 : 0;
-    case Kind::Object:
-      break;
-  }
-  RaiseMismatch();
-}
+// Every kind's number is exact as a double, and whole numbers convert
+// without rounding.
+int32_t ToInt32(const Variant& value) { return ToInt32(ToDouble(value)); }
 
 int16_t ToInt16(const Variant& value) { return ToInt16(ToInt32(value)); }
 

@@ -94,8 +94,6 @@ bool CheckReference(std::string_view text, size_t at, size_t& next, std::string&
   return true;
 }
 
-bool IsSpace(uint32_t c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
 // True when the run of text holding the reference [at, next) is blank once
 // resolved: from the last '>' before it (not looking below `floor`) to the
 // next '<', only white space and references to white space. `end` receives
@@ -108,9 +106,10 @@ bool BlankAround(std::string_view text, size_t at, size_t next, size_t floor,
   size_t i = gt ? static_cast<size_t>(static_cast<const char*>(gt) - data) + 1 : floor;
   while (i < text.size()) {
     uint32_t value = 0;
-    if (IsSpace(static_cast<unsigned char>(text[i]))) {
+    if (IsXmlSpace(static_cast<unsigned char>(text[i]))) {
       ++i;
-    } else if (text.substr(i, 2) != "&#" || !ReadReference(text, i, i, value) || !IsSpace(value)) {
+    } else if (text.substr(i, 2) != "&#" || !ReadReference(text, i, i, value) ||
+               !IsXmlSpace(value)) {
       break;
     }
   }
@@ -219,7 +218,7 @@ bool CheckXmlCharacters(std::string_view text, bool xml_text, std::string& reaso
       blank_text = true;  // not worth knowing on this rare road
       return CheckReferences(text, reason, offset);
     }
-    if (IsSpace(value) && at >= checked_until && !blank_text) {
+    if (IsXmlSpace(value) && at >= checked_until && !blank_text) {
       blank_text = BlankAround(text, at, next, checked_until, checked_until);
     }
   }

@@ -45,6 +45,11 @@ inline pugi::xml_node NodeOf(const void* p) noexcept {
 
 // ---- Tree helpers --------------------------------------------------------
 
+// XML's white space: blank, tab, CR and LF.
+inline bool IsXmlSpace(uint32_t c) noexcept {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
 inline bool IsHolder(pugi::xml_node n) noexcept {
   return n.type() == pugi::node_element && *n.name() == 0 &&
          n.parent().type() == pugi::node_document;

@@ -53,7 +53,7 @@ struct Failure {
 
 bool IsBlank(const char* s) noexcept {
   for (; *s != 0; ++s) {
-    if (*s != ' ' && *s != '\t' && *s != '\r' && *s != '\n') return false;
+    if (!IsXmlSpace(static_cast<unsigned char>(*s))) return false;
   }
   return true;
 }
@@ -200,6 +200,7 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
   }
   auto next = std::make_unique<pugi::xml_document>();
   bool blank_text = false;
+  bool in_place = false;
   ParseMode mode = ParseMode::kKeepBlankText;
   if (!CheckXmlCharacters(text, xml_text, f.reason, f.offset, blank_text)) {
     // A character that XML 1.0 forbids, raw or as a reference: reported here
@@ -209,8 +210,7 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
     // its references are resolved is dropped after it, and needs text nodes.
     if (!preserve_white_space)
       mode = blank_text ? ParseMode::kDropBlankText : ParseMode::kEmbedText;
-    const bool in_place = mangled != nullptr && buffer && text.data() == buffer.get();
-    if (in_place) *mangled = true;
+    in_place = mangled != nullptr && buffer && text.data() == buffer.get();
     const pugi::xml_parse_result r = LoadInto(*next, text, mode, in_place);
     if (in_place) buffer.release();  // the document owns it now, parsed or not
     // Running out of memory says nothing about the text: it is raised, so
@@ -223,10 +223,10 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
     }
   }
   if (!f.reason.empty()) {
+    if (in_place) *mangled = true;
     Fail(Locate(text, std::move(f)), shared);
     return false;
   }
-  if (mangled != nullptr) *mangled = false;
   if (mode == ParseMode::kDropBlankText) StripBlankText(*next);
   if (!next->prepend_child(pugi::node_element)) RaisePlatformError(kErrOutOfMemory);
   InstallTree(std::move(next), shared, mode == ParseMode::kEmbedText);

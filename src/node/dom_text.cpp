@@ -159,10 +159,7 @@ std::string DeclaredEncoding(std::string_view text) {
   if (at == std::string_view::npos) return {};
   size_t i = at + 8;
   const auto skip_blanks = [&] {
-    while (i < decl.size() &&
-           (decl[i] == ' ' || decl[i] == '\t' || decl[i] == '\r' || decl[i] == '\n')) {
-      ++i;
-    }
+    while (i < decl.size() && IsXmlSpace(static_cast<unsigned char>(decl[i]))) ++i;
   };
   skip_blanks();
   if (i >= decl.size() || decl[i] != '=') return {};

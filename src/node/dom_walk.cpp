@@ -18,6 +18,15 @@ pugi::xml_node ElementFrom(pugi::xml_node n) noexcept {
   return n;
 }
 
+// The value of the attribute `name` of the element `node`, or nullptr.
+// Most elements have no attribute at all: one step tells.
+const char* AttributeValue(pugi::xml_node node, const char* name) noexcept {
+  for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+    if (std::strcmp(a.name(), name) == 0) return a.value();
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 ElementView ElementView::Of(const DOMNode& node) {
@@ -39,14 +48,9 @@ bool ElementView::IsElement() const noexcept {
 }
 
 bool ElementView::Attribute(const char* name, std::string_view& value) const noexcept {
-  if (!IsElement()) return false;
-  for (pugi::xml_attribute a = NodeOf(node_).first_attribute(); a; a = a.next_attribute()) {
-    if (std::strcmp(a.name(), name) == 0) {
-      value = a.value();
-      return true;
-    }
-  }
-  return false;
+  const char* found = IsElement() ? AttributeValue(NodeOf(node_), name) : nullptr;
+  if (found != nullptr) value = found;
+  return found != nullptr;
 }
 
 const char* ElementView::RawName() const noexcept { return NodeOf(node_).name(); }
@@ -66,28 +70,22 @@ std::string_view ElementView::LocalName() const noexcept {
 }
 
 bool ElementView::IsNullMarked() const noexcept {
-  // Most elements have no attribute at all: one step tells.
-  for (pugi::xml_attribute a = NodeOf(node_).first_attribute(); a; a = a.next_attribute()) {
-    if (std::strcmp(a.name(), "null") == 0) return std::strcmp(a.value(), "true") == 0;
-  }
-  return false;
+  const char* flag = AttributeValue(NodeOf(node_), "null");
+  return flag != nullptr && std::strcmp(flag, "true") == 0;
 }
 
 std::string_view ElementView::Text(std::string& scratch) const {
   const pugi::xml_node n = NodeOf(node_);
   const pugi::xml_node first = n.first_child();
-  if (embedded_) {
-    const char* embedded = n.value();
-    if (*embedded != 0 && !first) return embedded;
-    // Text, then more content, takes the general road. Once the tree has
-    // been materialized (by that road), element values are stale.
-    if (*embedded != 0 && DocImpl::DocOf(*origin_)->embedded) {
-      scratch = Handle().text();
-      return scratch;
-    }
+  // Text kept in the element is read there when it is all there is. Kept
+  // text before more content takes the general road; once that road has
+  // given every text its node, element values are stale and ignored.
+  const char* kept = embedded_ ? n.value() : "";
+  if (*kept != 0 && !first) return kept;
+  if (*kept == 0 || !DocImpl::DocOf(*origin_)->embedded) {
+    if (!first) return {};
+    if (!first.next_sibling() && first.type() == pugi::node_pcdata) return first.value();
   }
-  if (!first) return {};
-  if (!first.next_sibling() && first.type() == pugi::node_pcdata) return first.value();
   scratch = Handle().text();
   return scratch;
 }

@@ -4,6 +4,7 @@
 
 #include <ctime>
 
+#include "node/number_text.hpp"
 #include "node/record_writer.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
@@ -217,8 +218,8 @@ void ReadNodeID(const DOMNode& ThisNode, int32_t& lID) {
   if (!ThisNode) RaisePlatformError(kErrObjectNotSet);
   const DOMNode id = ThisNode.attributes().getNamedItem("id");
   if (!id) return;
-  const std::string text = id.text();
-  if (IsNumericText(text)) lID = ToInt32(TextToNumber(text));
+  double number;
+  if (detail::ReadNumber(id.text(), number)) lID = ToInt32(number);
 }
 
 std::string EncodeXMLText(std::string_view text) { return std::string(text); }

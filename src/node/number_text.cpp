@@ -250,15 +250,19 @@ bool ReadPlainNumber(std::string_view text, double& value) noexcept {
   const bool negative = i < n && text[i] == '-';
   if (negative) ++i;
   size_t digits = 0;
-  size_t fraction_digits = 0;
   uint64_t mantissa = 0;  // of the first 19 digits; exact while digits <= 15
-  for (; i < n && IsDigit(text[i]); ++i, ++digits) {
-    if (digits < 19) mantissa = mantissa * 10 + static_cast<uint64_t>(text[i] - '0');
-  }
-  if (i < n && text[i] == '.') {
-    for (++i; i < n && IsDigit(text[i]); ++i, ++digits, ++fraction_digits) {
+  const auto read_digits = [&] {
+    const size_t start = i;
+    for (; i < n && IsDigit(text[i]); ++i, ++digits) {
       if (digits < 19) mantissa = mantissa * 10 + static_cast<uint64_t>(text[i] - '0');
     }
+    return i - start;
+  };
+  read_digits();
+  size_t fraction_digits = 0;
+  if (i < n && text[i] == '.') {
+    ++i;
+    fraction_digits = read_digits();
   }
   if (digits == 0) return false;
   if (i == n && digits <= 15) {
@@ -279,6 +283,13 @@ bool ReadPlainNumber(std::string_view text, double& value) noexcept {
   const auto result = std::from_chars(text.data(), text.data() + n, value);
   return result.ec == std::errc() && result.ptr == text.data() + n && std::isfinite(value) &&
          (value != 0 || text.find_first_of("123456789") == std::string_view::npos);
+}
+
+bool ReadNumber(std::string_view text, double& number) {
+  if (ReadPlainNumber(text, number)) return true;
+  if (!IsNumericText(text)) return false;
+  number = TextToNumber(text);
+  return true;
 }
 
 }  // namespace detail

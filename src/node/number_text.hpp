@@ -22,4 +22,9 @@ void AppendMagnitude(std::string& out, double magnitude, std::string_view separa
 // then needs the full rules.
 bool ReadPlainNumber(std::string_view text, double& value) noexcept;
 
+// The import's rule for numbers: a text that IsNumericText accepts is read
+// with TextToNumber; any other text is no number (false). Plain texts, which
+// are all the library writes, take ReadPlainNumber's road to the same value.
+bool ReadNumber(std::string_view text, double& number);
+
 }  // namespace tympora::detail

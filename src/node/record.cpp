@@ -27,16 +27,6 @@ bool ContainsTrue(std::string_view text) {
   return it != text.end();
 }
 
-// The import rule for numbers: a text that IsNumericText accepts is read
-// with TextToNumber; any other text is no number. Plain texts, which are
-// all the library writes, take a one-pass road to the same value.
-bool ReadNumber(std::string_view text, double& number) {
-  if (detail::ReadPlainNumber(text, number)) return true;
-  if (!IsNumericText(text)) return false;
-  number = TextToNumber(text);
-  return true;
-}
-
 // ReadNodeID, on the fast road for an element: the "id" attribute, when
 // present and numeric, becomes the ID. Any other node takes ReadNodeID,
 // which reports what a node without attributes cannot give.
@@ -44,7 +34,7 @@ void ReadID(const detail::ElementView& node, int32_t& id) {
   std::string_view text;
   if (node.Attribute("id", text)) {
     double number;
-    if (ReadNumber(text, number)) id = ToInt32(number);
+    if (detail::ReadNumber(text, number)) id = ToInt32(number);
   } else if (!node.IsElement()) {
     ReadNodeID(node.Handle(), id);
   }
@@ -66,7 +56,7 @@ void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::Elem
       return;
     case PropKind::Int32: {
       double number;
-      if (ReadNumber(text, number)) {
+      if (detail::ReadNumber(text, number)) {
         const int32_t v = ToInt32(number);
         if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, record).Set(v);
       }
@@ -74,7 +64,7 @@ void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::Elem
     }
     case PropKind::Double: {
       double number;
-      if (ReadNumber(text, number)) FieldOf<double>(p, record).Set(number);
+      if (detail::ReadNumber(text, number)) FieldOf<double>(p, record).Set(number);
       return;
     }
     case PropKind::Date:
@@ -114,10 +104,10 @@ RecordInfo::RecordInfo(std::string_view node_name_, std::string_view class_name_
 }
 
 int RecordInfo::Guess(int code) const noexcept {
-  const int properties = static_cast<int>(this->properties.size());
-  if (code >= 0 && code + 1 < properties) return code + 1;
-  if (code >= 0 || code == kNone) return children.empty() ? kNone : -1;
-  return code;  // children of one list come in a run
+  if (code < 0 && code != kNone) return code;  // children of one list come in a run
+  const int next = code == kNone ? 0 : code + 1;
+  if (next < static_cast<int>(properties.size())) return next;
+  return children.empty() ? kNone : -1;
 }
 
 std::string_view RecordInfo::ElementOf(int code) const noexcept {
@@ -249,7 +239,7 @@ void RecordBase::ImportContent(const detail::ElementView& node) {
   std::string scratch;
   // Elements mostly come in table order: each name is first compared with
   // the one expected next, and looked up only when it differs.
-  int expected = info.properties.empty() ? info.Guess(RecordInfo::kNone) : 0;
+  int expected = info.Guess(RecordInfo::kNone);
   node.ForEachChildElement([&](const detail::ElementView& child) {
     int i = expected;
     if (i == RecordInfo::kNone || !child.NameIs(info.ElementOf(i))) {
