@@ -96,6 +96,15 @@ testing::RecordCase ClientAidCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(ClientAid, ClientAidCase());
+INSTANTIATE_CHILD_LIST_SUITE(ClientAid,
+                             testing::ListCase<CClientAid, CTestDefinition>(
+                                 "TestDefinitions", "TestSession", &CClientAid::AddTestDefinition,
+                                 &CClientAid::TestDefinitions, &CClientAid::ResetTestDefinitions,
+                                 [](CTestDefinition& t) {
+                                   t.Comment("kept");
+                                   t.AddExamination(std::make_shared<CExamination>());
+                                 },
+                                 "AidEar"));
 
 class ClientAidTest : public ::testing::Test {
   testing::LocaleGuard locale_{"C"};
@@ -176,58 +185,6 @@ TEST_F(ClientAidTest, ImportOfNumbersDatesAndBooleans) {
     EXPECT_EQ(aid.PropertyByName(row.element), row.expected);
     EXPECT_EQ(IsNullNode(ChildNamed(ExportElement(aid), row.element)), row.expected_null);
   }
-}
-
-TEST_F(ClientAidTest, TestSessionsAreReadAddedAndKeyed) {
-  CClientAid aid;
-  ASSERT_EQ(ImportText(aid,
-                       "<ClientAid id='4'><TestSession id='2'/><TestSession null='true'/>"
-                       "<x:TestSession xmlns:x='urn:x' id='8'/><testSession id='9'/>"
-                       "</ClientAid>")
-                ->Number(),
-            0);
-  EXPECT_EQ(aid.ID(), 4);
-  ASSERT_EQ(aid.TestDefinitions()->Count(), 2);
-  EXPECT_EQ(aid.TestDefinitions()->Key(1), "2");
-  EXPECT_EQ(aid.TestDefinitions()->Key(2), "8");
-}
-
-TEST_F(ClientAidTest, DuplicateOrMissingSessionIdsStopTheImport) {
-  for (const std::string ids : {"", " id='3'"}) {
-    SCOPED_TRACE("id attribute:" + ids);
-    CClientAid aid;
-    StatusPtr status =
-        ImportText(aid, "<ClientAid><AidEar>L</AidEar><TestSession" + ids + "/><TestSession" + ids +
-                            "/><AidEar>R</AidEar><TestSession id='5'/></ClientAid>");
-    EXPECT_EQ(status->Number(), kErrDuplicateKey);
-    EXPECT_EQ(aid.TestDefinitions()->Count(), 1);
-    EXPECT_EQ(aid.AidEar(), "L") << "children after the failing one are not read";
-  }
-}
-
-TEST_F(ClientAidTest, AddAndResetTestDefinitions) {
-  CClientAid aid;
-  auto kept = std::make_shared<CTestDefinition>();
-  kept->ID(6);
-  kept->Comment("kept");
-  kept->AddExamination(std::make_shared<CExamination>());
-  aid.AddTestDefinition(kept);
-  auto twin = std::make_shared<CTestDefinition>();
-  twin->ID(6);
-  EXPECT_EQ(ErrorOf([&] { aid.AddTestDefinition(twin); }), kErrDuplicateKey);
-  EXPECT_EQ(ErrorOf([&] { aid.AddTestDefinition(nullptr); }), kErrObjectNotSet);
-  auto list = aid.TestDefinitions();
-  EXPECT_EQ(list, aid.TestDefinitions()) << "the live list, not a copy";
-  ASSERT_EQ(list->Count(), 1);
-  EXPECT_EQ(list->Item(1), kept);
-
-  aid.ResetTestDefinitions();
-  EXPECT_EQ(list->Count(), 0);
-  EXPECT_NE(aid.TestDefinitions(), list);
-  EXPECT_EQ(aid.TestDefinitions()->Count(), 0);
-  EXPECT_EQ(kept->ID(), 0);
-  EXPECT_EQ(kept->Comment(), "");
-  EXPECT_EQ(kept->Examinations()->Count(), 0);
 }
 
 }  // namespace

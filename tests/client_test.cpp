@@ -90,6 +90,15 @@ testing::RecordCase ClientCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(Client, ClientCase());
+INSTANTIATE_CHILD_LIST_SUITE(Client,
+                             testing::ListCase<CClient, CClientAid>(
+                                 "Aids", "ClientAid", &CClient::AddAid, &CClient::Aids,
+                                 &CClient::ResetAids,
+                                 [](CClientAid& aid) {
+                                   aid.AidModel("kept");
+                                   aid.AddTestDefinition(std::make_shared<CTestDefinition>());
+                                 },
+                                 "FirstName"));
 
 class ClientTest : public ::testing::Test {
   testing::LocaleGuard locale_{"C"};
@@ -168,52 +177,6 @@ TEST_F(ClientTest, DeletedByNameTakesBooleanText) {
   EXPECT_TRUE(client.Deleted());
   EXPECT_EQ(ErrorOf([&] { client.PropertyByName("Deleted", Variant("yes")); }), kErrTypeMismatch);
   EXPECT_TRUE(client.Deleted());
-}
-
-TEST_F(ClientTest, AidsImportAndStopAtADuplicateKey) {
-  CClient client;
-  ASSERT_EQ(ImportText(client,
-                       "<C><ClientAid id='3'/><ClientAid null='true'/><clientAid id='4'/>"
-                       "<y:ClientAid xmlns:y='urn:y' id='-1'/></C>")
-                ->Number(),
-            0);
-  ASSERT_EQ(client.Aids()->Count(), 2);
-  EXPECT_EQ(client.Aids()->Key(1), "3");
-  EXPECT_EQ(client.Aids()->Key(2), "-1");
-
-  for (const std::string ids : {"", " id='2'"}) {
-    SCOPED_TRACE("id attribute:" + ids);
-    CClient fresh;
-    StatusPtr status =
-        ImportText(fresh, "<C><FirstName>A</FirstName><ClientAid" + ids + "/><ClientAid" + ids +
-                              "/><FirstName>B</FirstName></C>");
-    EXPECT_EQ(status->Number(), kErrDuplicateKey);
-    EXPECT_EQ(fresh.Aids()->Count(), 1);
-    EXPECT_EQ(fresh.FirstName(), "A") << "children after the failing one are not read";
-  }
-}
-
-TEST_F(ClientTest, AddAndResetAids) {
-  CClient client;
-  auto kept = std::make_shared<CClientAid>();
-  kept->ID(3);
-  kept->AidModel("kept");
-  kept->AddTestDefinition(std::make_shared<CTestDefinition>());
-  client.AddAid(kept);
-  auto twin = std::make_shared<CClientAid>();
-  twin->ID(3);
-  EXPECT_EQ(ErrorOf([&] { client.AddAid(twin); }), kErrDuplicateKey);
-  EXPECT_EQ(ErrorOf([&] { client.AddAid(nullptr); }), kErrObjectNotSet);
-  auto list = client.Aids();
-  EXPECT_EQ(list, client.Aids());
-  ASSERT_EQ(list->Count(), 1);
-
-  client.ResetAids();
-  EXPECT_EQ(list->Count(), 0);
-  EXPECT_NE(client.Aids(), list);
-  EXPECT_EQ(kept->ID(), 0);
-  EXPECT_EQ(kept->AidModel(), "");
-  EXPECT_EQ(kept->TestDefinitions()->Count(), 0);
 }
 
 }  // namespace

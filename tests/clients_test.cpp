@@ -27,6 +27,13 @@ testing::RecordCase ClientsCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(Clients, ClientsCase());
+INSTANTIATE_CHILD_LIST_SUITE(
+    Clients, testing::ListCase<CClients, CClient>("Clients", "ClientOrPatient",
+                                                  &CClients::AddClient, &CClients::Clients,
+                                                  &CClients::ResetClients, [](CClient& c) {
+                                                    c.FirstName("kept");
+                                                    c.AddAid(std::make_shared<CClientAid>());
+                                                  }));
 
 std::shared_ptr<CClient> ClientWithId(int32_t id) {
   auto client = std::make_shared<CClient>();

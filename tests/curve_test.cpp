@@ -59,6 +59,15 @@ testing::RecordCase CurveCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(Curve, CurveCase());
+INSTANTIATE_CHILD_LIST_SUITE(Curve,
+                             testing::ListCase<CCurve, CCurveDatum>(
+                                 "CurveData", "CurveDatum", &CCurve::AddCurveDatum,
+                                 &CCurve::CurveData, &CCurve::ResetCurveData,
+                                 [](CCurveDatum& p) { p.Frequency(250); }, "Name"),
+                             testing::ListCase<CCurve, CDistortionDatum>(
+                                 "DistortionData", "DistortionDatum", &CCurve::AddDistortionDatum,
+                                 &CCurve::DistortionData, &CCurve::ResetDistortionData,
+                                 [](CDistortionDatum& d) { d.Distortion(1.25); }, "Name"));
 
 class CurveTest : public ::testing::Test {
  protected:

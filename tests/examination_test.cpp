@@ -65,6 +65,14 @@ testing::RecordCase ExaminationCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(Examination, ExaminationCase());
+INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve>(
+                                              "Curves", "Curve", &CExamination::AddCurve,
+                                              &CExamination::Curves, &CExamination::ResetCurves,
+                                              [](CCurve& c) {
+                                                c.Name("kept");
+                                                c.AddCurveDatum(std::make_shared<CCurveDatum>());
+                                              },
+                                              "Comment"));
 
 std::vector<int32_t> CurveIds(const CExamination& e) {
   std::vector<int32_t> ids;

@@ -172,6 +172,65 @@ TEST_P(RecordSuite, ImportOfAbsentNodeReports2005AndChangesNothing) {
   EXPECT_EQ(Export(*record).xml(), before);
 }
 
+TEST_P(ChildListSuite, ImportReadsChildrenUnderTheirExactNameKeyedById) {
+  const ChildListCase& c = GetParam();
+  auto parent = c.make_parent();
+  const std::string& e = c.element;
+  ASSERT_EQ(ImportText(*parent, "<P><" + e + " id='2'/><" + e + " null='true'/><x:" + e +
+                                    " xmlns:x='urn:x' id='8'/><" + OtherCase() + " id='9'/></P>")
+                ->Number(),
+            0);
+  const auto list = c.list(*parent);
+  ASSERT_EQ(list->Count(), 2) << "null-marked and other-case elements are skipped";
+  EXPECT_EQ(list->Key(1), "2");
+  EXPECT_EQ(list->Key(2), "8");
+}
+
+TEST_P(ChildListSuite, DuplicateOrMissingIdsStopTheImport) {
+  const ChildListCase& c = GetParam();
+  const std::string& p = c.text_property;
+  for (const std::string ids : {"", " id='3'"}) {
+    SCOPED_TRACE("id attribute:" + ids);
+    auto parent = c.make_parent();
+    const std::string child = "<" + c.element + ids + "/>";
+    std::string xml = "<P>";
+    if (!p.empty()) xml += "<" + p + ">L</" + p + ">";
+    xml += child + child;
+    if (!p.empty()) xml += "<" + p + ">R</" + p + ">";
+    xml += "<" + c.element + " id='5'/></P>";
+    EXPECT_EQ(ImportText(*parent, xml)->Number(), kErrDuplicateKey);
+    EXPECT_EQ(c.list(*parent)->Count(), 1);
+    if (!p.empty()) {
+      EXPECT_EQ(parent->PropertyByName(p), Variant(std::string("L")))
+          << "children after the failing one are not read";
+    }
+  }
+}
+
+TEST_P(ChildListSuite, AddKeysByIdAndResetTakesBackWhatACallerHolds) {
+  const ChildListCase& c = GetParam();
+  auto parent = c.make_parent();
+  auto kept = c.make_child();
+  kept->ID(6);
+  c.fill_child(*kept);
+  c.add(*parent, kept);
+  auto twin = c.make_child();
+  twin->ID(6);
+  EXPECT_EQ(ErrorOf([&] { c.add(*parent, twin); }), kErrDuplicateKey);
+  EXPECT_EQ(ErrorOf([&] { c.add(*parent, nullptr); }), kErrObjectNotSet);
+  const auto list = c.list(*parent);
+  EXPECT_EQ(list, c.list(*parent)) << "the live list, not a copy";
+  ASSERT_EQ(list->Count(), 1);
+  EXPECT_EQ(list->NodeItem(1), kept) << "the very object added";
+
+  c.reset(*parent);
+  EXPECT_EQ(list->Count(), 0) << "the list a caller kept is emptied";
+  EXPECT_NE(c.list(*parent), list) << "a new list replaces it";
+  EXPECT_EQ(c.list(*parent)->Count(), 0);
+  EXPECT_EQ(ExportElement(*kept).xml(), ExportElement(*c.make_child()).xml())
+      << "the child the caller holds is back in its new state";
+}
+
 // gtest pastes the suite's name into identifiers, so it must be unqualified.
 
 }  // namespace tympora::testing

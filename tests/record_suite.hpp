@@ -79,6 +79,67 @@ class RecordSuite : public ::testing::TestWithParam<RecordCase> {
   std::unique_ptr<LocaleGuard> locale_;
 };
 
+// One child list of a record class, for the suite that every list runs:
+// import by element name, keys, duplicates, add and reset. The names and
+// the typed members are written out by the parent class's test.
+struct ChildListCase {
+  std::string name;  // the list, for the test's name ("ClientAids")
+  std::function<std::shared_ptr<RecordBase>()> make_parent;
+  std::string element;  // the children's element name
+  // A new child, and one with a value set and, where it has lists, a child
+  // of its own: what a reset must take back.
+  std::function<std::shared_ptr<RecordBase>()> make_child;
+  std::function<void(RecordBase&)> fill_child;
+  // The typed members of the parent: AddX, the list, ResetX.
+  std::function<void(RecordBase&, const std::shared_ptr<RecordBase>&)> add;
+  std::function<std::shared_ptr<NodeCollection>(RecordBase&)> list;
+  std::function<void(RecordBase&)> reset;
+  // A text property of the parent, to see where an import stopped; empty
+  // when the parent has none.
+  std::string text_property;
+};
+
+// The case of the list of Child records in Parent, from Parent's typed
+// members: AddX, the list's getter and ResetX.
+template <class Parent, class Child, class Add, class List, class Reset>
+ChildListCase ListCase(std::string name, std::string element, Add add, List list, Reset reset,
+                       std::function<void(Child&)> fill, std::string text_property = {}) {
+  return {std::move(name),
+          [] { return std::make_shared<Parent>(); },
+          std::move(element),
+          [] { return std::make_shared<Child>(); },
+          [fill](RecordBase& child) { fill(static_cast<Child&>(child)); },
+          [add](RecordBase& parent, const std::shared_ptr<RecordBase>& child) {
+            std::invoke(add, static_cast<Parent&>(parent), std::static_pointer_cast<Child>(child));
+          },
+          [list](RecordBase& parent) -> std::shared_ptr<NodeCollection> {
+            return std::invoke(list, static_cast<Parent&>(parent));
+          },
+          [reset](RecordBase& parent) { std::invoke(reset, static_cast<Parent&>(parent)); },
+          std::move(text_property)};
+}
+
+inline void PrintTo(const ChildListCase& c, std::ostream* os) { *os << c.name; }
+
+inline std::string PrintListCase(const ::testing::TestParamInfo<ChildListCase>& info) {
+  return info.param.name;
+}
+
+class ChildListSuite : public ::testing::TestWithParam<ChildListCase> {
+ protected:
+  // The children's element name with its first letter in the other case.
+  std::string OtherCase() const {
+    std::string name = GetParam().element;
+    name[0] = static_cast<char>(name[0] ^ 0x20);
+    return name;
+  }
+};
+
+#define INSTANTIATE_CHILD_LIST_SUITE(Name, ...)                                  \
+  using ::tympora::testing::ChildListSuite;                                      \
+  INSTANTIATE_TEST_SUITE_P(Name, ChildListSuite, ::testing::Values(__VA_ARGS__), \
+                           ::tympora::testing::PrintListCase)
+
 #define INSTANTIATE_RECORD_SUITE(Name, ...)                                   \
   using ::tympora::testing::RecordSuite;                                      \
   INSTANTIATE_TEST_SUITE_P(Name, RecordSuite, ::testing::Values(__VA_ARGS__), \

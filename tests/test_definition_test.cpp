@@ -47,6 +47,16 @@ testing::RecordCase TestDefinitionCase() {
   };
 }
 INSTANTIATE_RECORD_SUITE(TestDefinition, TestDefinitionCase());
+INSTANTIATE_CHILD_LIST_SUITE(TestDefinition,
+                             testing::ListCase<CTestDefinition, CExamination>(
+                                 "Examinations", "Examination", &CTestDefinition::AddExamination,
+                                 &CTestDefinition::Examinations,
+                                 &CTestDefinition::ResetExaminations,
+                                 [](CExamination& e) {
+                                   e.Comment("kept");
+                                   e.AddCurve(std::make_shared<CCurve>());
+                                 },
+                                 "Comment"));
 
 std::vector<int32_t> ExaminationIds(const CTestDefinition& t) {
   std::vector<int32_t> ids;
