@@ -99,7 +99,11 @@ TEST_P(RecordSuite, PropertyByNameAcceptsElementNamesAndAliasesOnly) {
     EXPECT_FALSE(value.IsEmpty());
     EXPECT_EQ(value, filled->PropertyByName(element));
     EXPECT_EQ(target->PropertyByName(name).Kind(), value.Kind()) << "a Null value reads its zero";
+    if (name == element) {
+      EXPECT_EQ(target->IsNull(name), name != "ID") << "new values are Null";
+    }
     target->PropertyByName(name, value);
+    EXPECT_FALSE(target->IsNull(name));
     EXPECT_EQ(target->PropertyByName(element), value);
     EXPECT_FALSE(IsNullNode(ChildNamed(Export(*target), element)));
   }
@@ -107,6 +111,7 @@ TEST_P(RecordSuite, PropertyByNameAcceptsElementNamesAndAliasesOnly) {
   for (const std::string& name : GetParam().refused) {
     SCOPED_TRACE(name);
     EXPECT_TRUE(filled->PropertyByName(name).IsEmpty());
+    EXPECT_FALSE(filled->IsNull(name));
     filled->PropertyByName(name, Variant(int32_t{7}));
     filled->PropertyByName(name, Variant(kNull));
   }

@@ -183,6 +183,11 @@ Variant RecordBase::PropertyByName(const std::string& sPropertyName) const {
   return GetProperty(info.properties[static_cast<size_t>(i)]);
 }
 
+bool RecordBase::IsNull(const std::string& sPropertyName) const {
+  const int i = Info().FindName(sPropertyName);
+  return i >= 0 && IsPropertyNull(Info().properties[static_cast<size_t>(i)]);
+}
+
 void RecordBase::PropertyByName(const std::string& sPropertyName, const Variant& vValue) {
   const RecordInfo& info = Info();
   const int i = info.FindName(sPropertyName);

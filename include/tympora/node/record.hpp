@@ -139,6 +139,11 @@ class RecordBase : public CNode {
   StatusPtr ExportPostScript(int16_t iFileHandle) override;
   void Reset() override;
 
+  // Whether the property whose element name is exactly `sPropertyName` (the
+  // names PropertyByName accepts) is Null. False for the ID and for any name
+  // the record does not know; never throws.
+  bool IsNull(const std::string& sPropertyName) const;
+
   // The value of property `p` of this record's table, as PropertyByName
   // reads it, and whether it is Null.
   Variant GetProperty(const PropertyDef& p) const;
