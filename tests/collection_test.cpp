@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "colliding_keys.hpp"
 #include "tympora/node/node.hpp"
 
 namespace tympora {
@@ -96,8 +97,10 @@ TEST(CollectionTest, TypedListRefusesNodesOfAnotherClass) {
 }
 
 // Random additions and removals at every position, checked after each step
-// against a plain vector: order, keys, items and lookups stay in step.
-TEST(CollectionTest, RandomEditsMatchAPlainList) {
+// against a plain vector: order, keys, items and lookups stay in step. Run
+// with everyday keys, and with keys chosen to share one probe run under a
+// seed the test installs, which exercises removal from long runs.
+void RandomEditsMatchAPlainList(const std::vector<int32_t>& ids) {
   Items list;
   std::vector<std::pair<std::string, std::shared_ptr<CNode>>> model;
   uint64_t state = 12345;
@@ -107,7 +110,7 @@ TEST(CollectionTest, RandomEditsMatchAPlainList) {
   };
   for (int step = 0; step < 4000; ++step) {
     SCOPED_TRACE(step);
-    const std::string key = std::to_string(next(300));
+    const std::string key = std::to_string(ids[next(ids.size())]);
     const bool present = std::any_of(model.begin(), model.end(),
                                      [&](const auto& entry) { return entry.first == key; });
     ASSERT_EQ(list.Contains(key), present);
@@ -131,6 +134,34 @@ TEST(CollectionTest, RandomEditsMatchAPlainList) {
       }
     }
   }
+}
+
+TEST(CollectionTest, RandomEditsMatchAPlainList) {
+  const detail::KeySeed known{0x0123456789abcdefull, 0xfedcba9876543210ull};
+  // Every key's home is one of the first 4 slots of any table of 16 to 1,024.
+  const std::vector<int32_t> colliding = testing::CollidingIds(known, 300, 10, 4);
+  // The first of them as an independent SipHash-1-3 finds them.
+  ASSERT_EQ(std::vector<int32_t>(colliding.begin(), colliding.begin() + 3),
+            (std::vector<int32_t>{365, 1030, 1476}));
+  std::vector<int32_t> everyday(300);
+  for (int32_t i = 0; i < 300; ++i) everyday[static_cast<size_t>(i)] = i;
+  {
+    SCOPED_TRACE("everyday keys");
+    RandomEditsMatchAPlainList(everyday);
+  }
+  {
+    SCOPED_TRACE("colliding keys under their seed");
+    testing_hooks::SetListSeed(&known);
+    RandomEditsMatchAPlainList(colliding);
+    testing_hooks::SetListSeed(nullptr);
+  }
+  // Under the seed that lists really take, the same keys spread over the
+  // table: about 300 * 4 / 1024 of them in those first slots, not 300.
+  const detail::KeySeed real = detail::NewListSeed();
+  EXPECT_FALSE(real.k0 == known.k0 && real.k1 == known.k1);
+  size_t clustered = 0;
+  for (int32_t id : colliding) clustered += (detail::KeyHash(real, std::to_string(id)) & 1023) < 4;
+  EXPECT_LT(clustered, 30u);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "tympora/node/error.hpp"
+#include "tympora/node/key_hash.hpp"
 #include "tympora/node/object.hpp"
 
 namespace tympora {
@@ -75,7 +76,7 @@ class Collection final : public NodeCollection {
   // for a key already present; the list is unchanged then.
   void Add(const std::shared_ptr<T>& item, std::string key) {
     if (!item) RaisePlatformError(kErrObjectNotSet);
-    const size_t hash = std::hash<std::string_view>{}(key);
+    const uint64_t hash = Hash(key);
     if (Find(key, hash) != kAbsent) RaisePlatformError(kErrDuplicateKey);
     Reserve(entries_.size() + 1);
     entries_.push_back(Entry{std::move(key), item});
@@ -100,7 +101,7 @@ class Collection final : public NodeCollection {
     const size_t index = static_cast<size_t>(position - 1);
     const uint64_t seq = first_seq_ + index;
     const std::string& key = entries_[index].key;
-    size_t slot = Find(key, std::hash<std::string_view>{}(key));
+    size_t slot = Find(key, Hash(key));
     Erase(slot);
     if (index == 0) {
       entries_.pop_front();
@@ -115,9 +116,7 @@ class Collection final : public NodeCollection {
     }
   }
 
-  bool Contains(const std::string& key) const override {
-    return Find(key, std::hash<std::string_view>{}(key)) != kAbsent;
-  }
+  bool Contains(const std::string& key) const override { return Find(key, Hash(key)) != kAbsent; }
 
   std::shared_ptr<CNode> NodeItem(int32_t position) const override { return Item(position); }
 
@@ -133,12 +132,14 @@ class Collection final : public NodeCollection {
 
  private:
   // The key index: open addressing with linear probing over a power-of-two
-  // table at most half full. A slot holds a key's hash and the sequence
-  // number of its element; the element at position p (from 0) has sequence
-  // number first_seq_ + p, so that removing the first element renumbers
-  // nothing. Sequence number 0 marks a free slot.
+  // table at most half full, hashed under the seed the list took when it was
+  // made (the process's random one), so that no choice of keys clusters them.
+  // A slot holds a key's hash and the sequence number of its element; the
+  // element at position p (from 0) has sequence number first_seq_ + p, so
+  // that removing the first element renumbers nothing. Sequence number 0
+  // marks a free slot.
   struct Slot {
-    size_t hash = 0;
+    uint64_t hash = 0;
     uint64_t seq = 0;
   };
   static constexpr size_t kAbsent = SIZE_MAX;
@@ -147,7 +148,9 @@ class Collection final : public NodeCollection {
     if (position < 1 || position > Count()) RaisePlatformError(kErrInvalidCall);
   }
 
-  size_t Find(const std::string& key, size_t hash) const noexcept {
+  uint64_t Hash(std::string_view key) const noexcept { return detail::KeyHash(seed_, key); }
+
+  size_t Find(const std::string& key, uint64_t hash) const noexcept {
     if (slots_.empty()) return kAbsent;
     const size_t mask = slots_.size() - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {
@@ -192,6 +195,7 @@ class Collection final : public NodeCollection {
   std::deque<Entry> entries_;
   std::vector<Slot> slots_;
   uint64_t first_seq_ = 1;  // the sequence number of the first element
+  detail::KeySeed seed_ = detail::NewListSeed();
 };
 
 template <class T>
