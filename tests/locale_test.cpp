@@ -101,6 +101,12 @@ TEST(LocaleSwitch, EmptyNameRereadsTheEnvironment) {
     EXPECT_EQ(CurrentLocale().name, "");
     EXPECT_EQ(CurrentLocale().decimal_separator, ",");
     EXPECT_EQ(ValueToText(MakeDate(2026, 11, 22)), "22.11.2026");
+    // The same environment read again reuses its settings: repeated calls
+    // build nothing new.
+    const LocaleSettings* first = &CurrentLocale();
+    SetLocale("C");
+    SetLocale("");
+    EXPECT_EQ(&CurrentLocale(), first);
   }
   {
     // A locale that is not installed falls back to C instead of failing.

@@ -30,6 +30,8 @@ struct LocaleInfo {
   std::string time_name;  // the name of the locale that LC_TIME resolved to
   std::string d_fmt, t_fmt, t_fmt_ampm;
   std::string radix, thousands, am, pm;
+
+  bool operator==(const LocaleInfo&) const = default;
 };
 
 struct LocaleDeleter {
@@ -326,8 +328,7 @@ Form WithoutSeconds(Form form) {
   return form;
 }
 
-std::unique_ptr<const LocaleState> BuildState(const std::string& name) {
-  LocaleInfo info = LoadInfo(name);
+std::unique_ptr<const LocaleState> BuildState(const std::string& name, const LocaleInfo& info) {
   bool iso = IsPosixName(info.time_name);
   auto state = std::make_unique<LocaleState>();
   state->date_form = DateForm(info, iso);
@@ -346,9 +347,16 @@ std::unique_ptr<const LocaleState> BuildState(const std::string& name) {
 
 // ---- The settings in force ----
 
+// Every state ever in force, one per locale name and the locale data it was
+// built from: the data of a name does not change while the process runs,
+// but the environment that the empty name reads may.
 struct Registry {
+  struct Entry {
+    LocaleInfo info;
+    std::unique_ptr<const LocaleState> state;
+  };
   std::mutex mutex;
-  std::vector<std::unique_ptr<const LocaleState>> states;  // every state ever in force
+  std::vector<Entry> states;
 };
 
 Registry& TheRegistry() {
@@ -359,22 +367,29 @@ Registry& TheRegistry() {
 std::atomic<const LocaleState*> g_current{nullptr};
 std::once_flag g_first_read;
 
-void Install(std::unique_ptr<const LocaleState> state) {
+// Puts the state of `name` built from `info` in force, building it only the
+// first time, so that repeated switches keep memory flat.
+void Install(const std::string& name, const LocaleInfo& info) {
   Registry& registry = TheRegistry();
   std::lock_guard lock(registry.mutex);
-  registry.states.push_back(std::move(state));
-  g_current.store(registry.states.back().get(), std::memory_order_release);
+  for (const Registry::Entry& entry : registry.states) {
+    if (entry.state->settings.name == name && entry.info == info) {
+      g_current.store(entry.state.get(), std::memory_order_release);
+      return;
+    }
+  }
+  registry.states.push_back({info, BuildState(name, info)});
+  g_current.store(registry.states.back().state.get(), std::memory_order_release);
 }
 
-// Puts a state that was built before for the locale `name` back in force, so
-// that switching back and forth between named locales does not keep building
-// new states. Locale data of a name does not change while the process runs.
+// Puts a state that was built before for the explicit locale `name` back in
+// force without reading the locale database again.
 bool Reinstall(const std::string& name) {
   Registry& registry = TheRegistry();
   std::lock_guard lock(registry.mutex);
-  for (const auto& state : registry.states) {
-    if (state->settings.name == name) {
-      g_current.store(state.get(), std::memory_order_release);
+  for (const Registry::Entry& entry : registry.states) {
+    if (entry.state->settings.name == name) {
+      g_current.store(entry.state.get(), std::memory_order_release);
       return true;
     }
   }
@@ -382,7 +397,7 @@ bool Reinstall(const std::string& name) {
 }
 
 void EnsureRead() {
-  std::call_once(g_first_read, [] { Install(BuildState("")); });
+  std::call_once(g_first_read, [] { Install("", LoadInfo("")); });
 }
 
 }  // namespace
@@ -399,9 +414,11 @@ const LocaleSettings& CurrentLocale() { return detail::CurrentLocaleState().sett
 void SetLocale(const std::string& name) {
   detail::EnsureRead();
   if (!name.empty() && detail::Reinstall(name)) return;
-  detail::Install(detail::BuildState(name));
+  detail::Install(name, detail::LoadInfo(name));
 }
 
-LocaleSettings ReadLocale(const std::string& name) { return detail::BuildState(name)->settings; }
+LocaleSettings ReadLocale(const std::string& name) {
+  return detail::BuildState(name, detail::LoadInfo(name))->settings;
+}
 
 }  // namespace tympora
