@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "node/record_writer.hpp"
+#include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tree.hpp"
 #include "tympora/measurement/curve.hpp"
@@ -176,6 +177,59 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
     EXPECT_EQ(file_status->Source(), document_status->Source());
     EXPECT_EQ(written, "");
     EXPECT_ANY_THROW(Direct(*clients));
+  }
+}
+
+// A host's record class: a table of its own whose one child list holds any
+// node, and, when asked, an ExportXMLDocument of its own.
+class HostRecord : public RecordBase {
+ public:
+  CollectionPtr<CNode> children = std::make_shared<Collection<CNode>>();
+  bool own_document = false;
+
+  const RecordInfo& Info() const override {
+    const auto list = [](const RecordBase& r) -> const NodeCollection* {
+      return static_cast<const HostRecord&>(r).children.get();
+    };
+    // Only what an export reads.
+    static const RecordInfo info("HostRecord", "HostRecord", "HostRecord", {},
+                                 {ChildListDef{"Probe", "Children", "AddChild", "ResetChildren",
+                                               list, nullptr, nullptr, nullptr, nullptr, nullptr}});
+    return info;
+  }
+  StatusPtr ExportXMLDocument(DOMDocument& document) override {
+    if (!own_document) return RecordBase::ExportXMLDocument(document);
+    document = DOMDocument::New();
+    document.appendChild(document.createElement("HostDocument"));
+    return NewStatus();
+  }
+};
+
+// Only the library's own records take the direct road: a host's record is
+// exported through its CNode members, whatever its children are.
+TEST(RecordWriterTest, HostRecordsTakeTheDocumentRoad) {
+  TempDir dir;
+  const struct {
+    const char* name;
+    bool own_document;
+    const char* written;
+  } rows[] = {
+      {"a node of another class as a child", false,
+       "<HostRecord id=\"7\"><Probe id=\"0\"><Name>probe</Name></Probe></HostRecord>"},
+      {"its own ExportXMLDocument", true, "<HostDocument/>"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    HostRecord host;
+    host.ID(7);
+    host.own_document = row.own_document;
+    host.children->Add(std::make_shared<testing::Probe>(), "0");
+    StatusPtr status;
+    const std::string written = FileRoad(host, dir / "host.xml", status);
+    ASSERT_EQ(status->Number(), 0) << status->Description();
+    EXPECT_NE(written.find(row.written), std::string::npos) << written;
+    EXPECT_EQ(detail::AsLibraryRecord(host), nullptr);
+    EXPECT_ANY_THROW(Direct(host));
   }
 }
 

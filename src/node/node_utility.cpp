@@ -43,7 +43,7 @@ void TakeStatus(StatusPtr& status, StatusPtr returned) {
   if (status->Number() != 0) status->RaiseError();
 }
 
-// A tree of our own records is written straight from its property tables:
+// A tree of the library's own records is written straight from its property tables:
 // the same bytes as the document road below, without building and parsing
 // two documents. Returns false, having written nothing, when a value cannot
 // be written; the document road then runs and reports the failure as it
@@ -102,7 +102,7 @@ StatusPtr ExportNodeToFileHandle(int16_t iFileHandle, CNode& Node) {
       status->RaiseError();
     }
     FileLength(iFileHandle);
-    if (const auto* record = dynamic_cast<const RecordBase*>(&Node)) {
+    if (const RecordBase* record = detail::AsLibraryRecord(Node)) {
       if (WriteRecordText(iFileHandle, *record)) return;
     }
     DOMDocument document;

@@ -165,9 +165,10 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
       stack.pop_back();
       continue;
     }
-    auto child = std::static_pointer_cast<RecordBase>(children->NodeItem(top.position++));
+    const RecordBase* child = AsLibraryRecord(*children->NodeItem(top.position++));
+    if (!child) RaisePlatformError(kErrTypeMismatch, "a node of a host's class");
     OpenRecord(out, *child, scratch);
-    if (HasChildren(*child)) stack.push_back({child.get()});
+    if (HasChildren(*child)) stack.push_back({child});
   }
   out.Append("\r\n");
 }

@@ -40,11 +40,17 @@ class TextBuffer {
   size_t capacity_ = 0;
 };
 
+// `node` as a record when it is one of the library's own record classes,
+// whose export the direct writer reproduces; nullptr for any other node.
+const RecordBase* AsLibraryRecord(const CNode& node) noexcept;
+
 // Appends the whole document of `record`: the XML declaration, the comment
 // "document created " + `date_text`, the record's element with everything
 // below it, each followed by CR LF. Raises what the values raise: 1002 for a
 // text that XML cannot carry, 6 for a number that is not finite. The caller
-// then exports through the document road, which reports the failure.
+// then exports through the document road, which reports the failure. Raises
+// 13 when the tree holds a node of another class (the document road then
+// exports it through its CNode members).
 void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string_view date_text);
 
 }  // namespace tympora::detail
