@@ -64,7 +64,10 @@ TEST(ConversionsDate, SplitDateRoundsToTheSecond) {
       {2958465 + 86399 * second, {9999, 12, 31, 23, 59, 59}},
       {-657434 - 86399 * second, {100, 1, 1, 23, 59, 59}},
       {2958466, {0, 0, 0, 0, 0, 0}},
-      {2958465.999999999, {0, 0, 0, 0, 0, 0}},  // rounds into the year 10000
+      // The last half second of 9999 has no next day to round into.
+      {2958465 + 86399.5 * second, {9999, 12, 31, 23, 59, 59}},
+      {2958465.999999999, {9999, 12, 31, 23, 59, 59}},
+      {2958465 + 86398.7 * second, {9999, 12, 31, 23, 59, 59}},
       {-657435, {0, 0, 0, 0, 0, 0}},
       {1e300, {0, 0, 0, 0, 0, 0}},
       {std::numeric_limits<double>::quiet_NaN(), {0, 0, 0, 0, 0, 0}},

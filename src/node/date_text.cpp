@@ -312,8 +312,15 @@ DateParts SplitDate(Date value) {
   long long days = static_cast<long long>(whole);
   long long seconds = std::llround(std::fabs(value.value - whole) * 86400);
   if (seconds >= 86400) {  // rounded up to the next midnight
-    ++days;
-    seconds -= 86400;
+    // ...except from the last day of 9999, which has no next day: its last
+    // half second stays 23:59:59.
+    static const long long last_day = DaysFromCivil(9999, 12, 31) - kDayZero;
+    if (days == last_day) {
+      seconds = 86399;
+    } else {
+      ++days;
+      seconds -= 86400;
+    }
   }
   DateParts p{};
   long long year = 0;
