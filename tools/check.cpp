@@ -32,8 +32,8 @@ int RunCheck(const Arguments& args) {
     document = LoadFile(path);
   }
   const DOMNode root = document.documentElement();
-  std::cout << path << ": well-formed XML, " << size << " bytes, document element "
-            << (root ? "\"" + root.nodeName() + "\"" : "(none)") << "\n";
+  std::cout << Printable(path) << ": well-formed XML, " << size << " bytes, document element "
+            << (root ? "\"" + Printable(root.nodeName()) + "\"" : "(none)") << "\n";
   std::shared_ptr<CClients> clients;
   {
     Progress shown("importing " + path, progress);

@@ -169,13 +169,77 @@ std::string CountLines(const CNode& root, std::string_view indent) {
   return out;
 }
 
-std::string OneLine(std::string_view text) {
+namespace {
+
+// The length of the UTF-8 sequence at the start of `s` and its code point;
+// 0 when `s` does not start with a whole, shortest-form sequence of a
+// Unicode scalar value.
+size_t DecodeUtf8(std::string_view s, char32_t& point) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(s[i]); };
+  const unsigned char lead = byte(0);
+  size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
+  if (length == 0 || lead > 0xF4 || s.size() < length) return 0;
+  point = lead & (0x7F >> length);
+  for (size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+    point = (point << 6) | (byte(i) & 0x3F);
+  }
+  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (point < kLeast[length] || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF)) return 0;
+  return length;
+}
+
+bool IsUnsafePoint(char32_t point) {
+  return (point >= 0x80 && point <= 0x9F) || (point >= 0x202A && point <= 0x202E) ||
+         (point >= 0x2066 && point <= 0x2069);
+}
+
+void AppendEscape(std::string& out, const char* form, unsigned value) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, form, value);
+  out += buffer;
+}
+
+}  // namespace
+
+std::string Printable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
-  for (char c : text) out += (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) ? ' ' : c;
-  const size_t first = out.find_first_not_of(' ');
+  for (size_t i = 0; i < text.size();) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c < 0x80) {
+      if (c < 0x20 || c == 0x7F) {
+        AppendEscape(out, "\\x%02x", c);
+      } else {
+        out += static_cast<char>(c);
+      }
+      ++i;
+      continue;
+    }
+    char32_t point = 0;
+    const size_t length = DecodeUtf8(text.substr(i), point);
+    if (length == 0) {
+      AppendEscape(out, "\\x%02x", c);
+      ++i;
+    } else if (IsUnsafePoint(point)) {
+      AppendEscape(out, "\\u%04x", static_cast<unsigned>(point));
+      i += length;
+    } else {
+      out.append(text.substr(i, length));
+      i += length;
+    }
+  }
+  return out;
+}
+
+std::string OneLine(std::string_view text) {
+  std::string line(text);
+  for (char& c : line) {
+    if (c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f') c = ' ';
+  }
+  const size_t first = line.find_first_not_of(' ');
   if (first == std::string::npos) return {};
-  return out.substr(first, out.find_last_not_of(' ') - first + 1);
+  return Printable(std::string_view(line).substr(first, line.find_last_not_of(' ') - first + 1));
 }
 
 std::string Seconds(std::chrono::steady_clock::duration elapsed) {
@@ -190,7 +254,7 @@ bool WantProgress(uint64_t bytes) {
 }
 
 Progress::Progress(std::string what, bool enabled)
-    : what_(std::move(what)), start_(std::chrono::steady_clock::now()) {
+    : what_(Printable(what)), start_(std::chrono::steady_clock::now()) {
   if (enabled) thread_ = std::thread([this] { Run(); });
 }
 

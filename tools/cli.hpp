@@ -109,8 +109,14 @@ uint64_t FileSize(const std::string& path);
 // per line, each line starting with `indent`.
 std::string CountLines(const CNode& root, std::string_view indent);
 
-// A text as one line a person can read: every control character (new line,
-// tab ...) becomes a blank; blanks at both ends are removed.
+// `text` made safe to print on a terminal: control characters (C0, DEL, C1),
+// the bidirectional embeddings, overrides and isolates (U+202A-U+202E,
+// U+2066-U+2069) and bytes that are not UTF-8 are written as escapes
+// ("\x1b", "\u202e"); everything else is kept.
+std::string Printable(std::string_view text);
+
+// A text as one line a person can read: tabs, line and page breaks become
+// blanks, blanks at both ends are removed, and the rest is made Printable.
 std::string OneLine(std::string_view text);
 
 // Seconds as "0.42 s".

@@ -107,7 +107,7 @@ int RunDemo(const Arguments& args) {
   const uint64_t size = FileSize(file.Path());
   std::cout << "tympora demo: " << shape.clients << " clients exported and imported back\n"
             << "records per level (in each tree):\n"
-            << CountLines(*copy, "  ") << "file:     " << file.Path()
+            << CountLines(*copy, "  ") << "file:     " << Printable(file.Path())
             << (out ? "\n" : " (removed at the end)\n") << "size:     " << size << " bytes ("
             << Mebibytes(size) << ")\n"
             << "build:    " << Seconds(built) << "\n"

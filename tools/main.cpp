@@ -45,12 +45,12 @@ std::string MainHelp() {
 
 int UsageFailure(std::string_view command, const std::string& message) {
   const std::string who = command.empty() ? "tympora" : "tympora " + std::string(command);
-  std::cerr << who << ": " << message << "\nTry '" << who << " --help'.\n";
+  std::cerr << who << ": " << Printable(message) << "\nTry '" << who << " --help'.\n";
   return 2;
 }
 
 void PrintError(int32_t number, const std::string& description, const std::string& source) {
-  std::cerr << number << ": " << description << " (" << source << ")\n";
+  std::cerr << number << ": " << Printable(description) << " (" << Printable(source) << ")\n";
 }
 
 int Run(const Command& command, const std::vector<std::string>& words) {
@@ -67,7 +67,7 @@ int Run(const Command& command, const std::vector<std::string>& words) {
   } catch (const Error& e) {
     PrintError(e.Number(), e.Description(), e.Source());
   } catch (const CommandFailure& e) {
-    std::cerr << "tympora " << spec.name << ": " << e.what() << "\n";
+    std::cerr << "tympora " << spec.name << ": " << Printable(e.what()) << "\n";
   } catch (const std::bad_alloc&) {
     PrintError(kErrOutOfMemory, PlatformErrorText(kErrOutOfMemory), "tympora");
   } catch (const std::exception& e) {

@@ -33,12 +33,13 @@ int RunRoundtrip(const Arguments& args) {
     Progress shown("importing " + in, progress);
     clients = ImportClients(LoadFile(in));
   }
-  std::cout << in << ": imported " << clients->Clients()->Count() << " clients, status 0\n";
+  std::cout << Printable(in) << ": imported " << clients->Clients()->Count()
+            << " clients, status 0\n";
   {
     Progress shown("exporting " + out, progress);
     ThrowIfFailed(clients->ExportXMLPath(out));
   }
-  std::cout << out << ": exported " << FileSize(out) << " bytes, status 0\n";
+  std::cout << Printable(out) << ": exported " << FileSize(out) << " bytes, status 0\n";
   return 0;
 }
 

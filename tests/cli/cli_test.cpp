@@ -204,6 +204,7 @@ TEST_F(CliTest, UsageErrorsExplainAndExitWithTwo) {
       {{"show", "f.xml", "--client"}, "option '--client' needs a value (ID)"},
       {{"show", "f.xml", "--client", "x"}, "--client must be a whole number"},
       {{"check", "--client=3", "f.xml"}, "tympora check: unknown option '--client'"},
+      {{"frob\x1b]0;x\x07\xE2\x80\xAE"}, "tympora: unknown command 'frob\\x1b]0;x\\x07\\u202e'"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.args));
@@ -398,6 +399,13 @@ TEST_F(CliTest, RoundtripWritesNothingWhenTheInputFails) {
 TEST_F(CliTest, ShowPrintsAnOutline) {
   const std::string file = Path("outline.xml").string();
   WriteFile(file, kOutlineFile);
+  // Control characters and bidirectional overrides, in a file's values and
+  // in its name, reach the terminal as escapes.
+  const std::string hostile = Path("a\x1b[2J\xE2\x81\xA6.xml").string();
+  WriteFile(
+      hostile,
+      "<Clients id=\"7\"><ClientOrPatient id=\"42\"><FirstName>\x7F\xC2\x9B"
+      "31m</FirstName><LastName>\xE2\x80\xAEZ\xE2\x80\x8F</LastName></ClientOrPatient></Clients>");
   struct Case {
     std::vector<std::string> args;
     std::string out;
@@ -410,6 +418,8 @@ TEST_F(CliTest, ShowPrintsAnOutline) {
       {{"show", "--client", "42", file}, std::string("Clients 7: 2 clients\n") + kClient42},
       {{"show", file, "--client=43"},
        "Clients 7: 2 clients\n  Client 43: (no name)\n    Aid 1: (no model)\n"},
+      {{"show", hostile},
+       "Clients 7: 1 client\n  Client 42: \\x7f\\u009b31m \\u202eZ\xE2\x80\x8F\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.args));
@@ -422,6 +432,9 @@ TEST_F(CliTest, ShowPrintsAnOutline) {
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.out, "");
   EXPECT_EQ(missing.err, "tympora show: no client with id 8 in " + file + "\n");
+  const Result named = Run({"show", hostile, "--client", "8"});
+  EXPECT_EQ(named.err,
+            "tympora show: no client with id 8 in " + Path("a\\x1b[2J\\u2066.xml").string() + "\n");
 }
 
 TEST_F(CliTest, DescribeListsTheInterfaces) {
