@@ -12,6 +12,7 @@ file changes; the output is deterministic.
 import pathlib
 import random
 import re
+import struct
 
 HERE = pathlib.Path(__file__).resolve().parent
 DATA = HERE.parent / "data"
@@ -71,6 +72,62 @@ HAND_MADE = {
                  "</ClientOrPatient></Clients>",
 }
 
+MASK64 = (1 << 64) - 1
+
+
+def siphash13(k0, k1, data):
+    """SipHash-1-3 of `data`, the keyed hash of the child lists' key index."""
+    def rotl(x, b):
+        return ((x << b) | (x >> (64 - b))) & MASK64
+
+    v = [k0 ^ 0x736F6D6570736575, k1 ^ 0x646F72616E646F6D,
+         k0 ^ 0x6C7967656E657261, k1 ^ 0x7465646279746573]
+
+    def sipround():
+        v[0] = (v[0] + v[1]) & MASK64
+        v[1] = rotl(v[1], 13) ^ v[0]
+        v[0] = rotl(v[0], 32)
+        v[2] = (v[2] + v[3]) & MASK64
+        v[3] = rotl(v[3], 16) ^ v[2]
+        v[0] = (v[0] + v[3]) & MASK64
+        v[3] = rotl(v[3], 21) ^ v[0]
+        v[2] = (v[2] + v[1]) & MASK64
+        v[1] = rotl(v[1], 17) ^ v[2]
+        v[2] = rotl(v[2], 32)
+
+    whole = len(data) // 8 * 8
+    words = [struct.unpack("<Q", data[i:i + 8])[0] for i in range(0, whole, 8)]
+    words.append((len(data) & 0xFF) << 56 | int.from_bytes(data[whole:], "little"))
+    for m in words:
+        v[3] ^= m
+        sipround()
+        v[0] ^= m
+    v[2] ^= 0xFF
+    for _ in range(3):
+        sipround()
+    return v[0] ^ v[1] ^ v[2] ^ v[3]
+
+
+def colliding_points(count):
+    """A curve whose point ids share one probe run of the key index under the
+    seed the tests install (0x0123456789abcdef, 0xfedcba9876543210)."""
+    ids, i = [], 0
+    while len(ids) < count:
+        i += 1
+        if siphash13(0x0123456789ABCDEF, 0xFEDCBA9876543210, str(i).encode()) & 1023 < 4:
+            ids.append(i)
+    points = "".join('<CurveDatum id="%d"><Frequency>250</Frequency></CurveDatum>' % i
+                     for i in ids)
+    return ('<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1"><TestSession id="1">'
+            '<Examination id="1"><Curve id="1">%s</Curve></Examination></TestSession>'
+            "</ClientAid></ClientOrPatient></Clients>" % points)
+
+
+HAND_MADE["colliding_ids.xml"] = colliding_points(64)
+HAND_MADE["terminal_controls.xml"] = (
+    '<Clients id="1"><ClientOrPatient id="2"><FirstName>\x7f\x9b31m\x85</FirstName>'
+    "<LastName>\u202eZ\u2066\u2069</LastName></ClientOrPatient></Clients>")
+
 ENCODED = {
     "utf16le_bom.xml": ("\ufeff" + HAND_MADE["minimal.xml"]).encode("utf-16-le"),
     "utf8_bom.xml": b"\xef\xbb\xbf" + HAND_MADE["minimal.xml"].encode(),
@@ -123,6 +180,9 @@ def main():
         locale = i % 4
         raw = bytes([locale]) + text.encode()
         write("conversions", "text_%02d" % i, raw)
+    # The last half second of 9999 as a raw day count, with its text.
+    write("conversions", "last_half_second",
+          bytes([0]) + struct.pack("<d", 2958465.9999999) + b"9999-12-31 23:59:59")
     rng = random.Random(20261122)
     for i in range(16):
         write("dispatch", "program_%02d" % i, bytes(rng.randrange(256) for _ in range(64 + 32 * i)))
