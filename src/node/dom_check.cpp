@@ -10,6 +10,7 @@
 // The scan reads the markup only as far as it must; what it does not
 // understand it leaves to pugixml, which refuses it.
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -161,11 +162,15 @@ bool IsPredefinedEntity(std::string_view name) noexcept {
   return name == "amp" || name == "lt" || name == "gt" || name == "apos" || name == "quot";
 }
 
-// The name of a tag or attribute ends at white space or markup.
-bool EndsName(char c) noexcept {
-  return IsXmlSpace(static_cast<unsigned char>(c)) || c == '=' || c == '>' || c == '/' ||
-         c == '<' || c == '"' || c == '\'' || c == '&';
-}
+// The name of a tag or attribute ends at white space or markup; a table,
+// since every tag's name is read.
+constexpr std::array<bool, 256> kEndsName = [] {
+  std::array<bool, 256> t{};
+  for (unsigned char c : std::string_view(" \t\r\n=>/<\"'&;?")) t[c] = true;
+  return t;
+}();
+
+bool EndsName(char c) noexcept { return kEndsName[static_cast<unsigned char>(c)]; }
 
 // One pass over a document's text.
 class Scanner {
@@ -217,7 +222,7 @@ class Scanner {
       return true;
     }
     size_t j = at + 1;
-    while (j < text_.size() && !EndsName(text_[j]) && text_[j] != ';') ++j;
+    while (j < text_.size() && !EndsName(text_[j])) ++j;
     const std::string_view name = text_.substr(at + 1, j - at - 1);
     if (j == text_.size() || text_[j] != ';' || !IsXmlName(name)) {
       return Fault(at, "'&' must start a reference such as &amp;");
@@ -254,7 +259,7 @@ class Scanner {
   // other spelling of it is reserved.
   bool Instruction(size_t at) {
     size_t j = at + 2;
-    while (j < text_.size() && !EndsName(text_[j]) && text_[j] != '?') ++j;
+    while (j < text_.size() && !EndsName(text_[j])) ++j;
     const std::string_view target = text_.substr(at + 2, j - at - 2);
     const size_t close = Find("?>", j);
     i_ = close + 2;
