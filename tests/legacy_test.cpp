@@ -2,7 +2,9 @@
 // byte-order mark, 8-bit files that declare windows-1252 or ISO-8859-1, an
 // 8-bit file without a declaration (read as Windows-1252), CR LF line ends
 // throughout and US-form dates. Every fixture holds the same client; each is
-// loaded from disk, imported and checked value by value.
+// loaded from disk, imported and checked value by value. Files of clinics
+// elsewhere declare the encodings of their regions: each is read letter by
+// letter and exported as UTF-8.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -112,6 +114,99 @@ TEST(LegacyTest, LegacyFilesRoundTripAsUtf8) {
     EXPECT_EQ(back.Clients()->Item(1)->Aids()->Item(1)->ManufacturerComment(),
               f.manufacturer_comment);
     EXPECT_EQ(back.Clients()->Item(1)->RegistrationDate(), MakeDate(2026, 11, 22, 15, 4, 5));
+  }
+}
+
+// A client list whose one client's first name is `name`: the markup in
+// ASCII after `head`, or in UTF-16 (1: big, 2: little endian).
+std::string ClientFile(const std::string& head, const std::string& name, int wide = 0) {
+  const std::string open = R"(<Clients id="1"><ClientOrPatient id="2"><FirstName>)";
+  const std::string close = "</FirstName></ClientOrPatient></Clients>";
+  const auto widen = [&](std::string_view ascii) {
+    if (wide == 0) return std::string(ascii);
+    std::string out;
+    for (char c : ascii) out += wide == 1 ? std::string{'\0', c} : std::string{c, '\0'};
+    return out;
+  };
+  return head.substr(0, head.find('<')) +
+         widen(head.substr(std::min(head.size(), head.find('<')))) + widen(open) + name +
+         widen(close);
+}
+
+TEST(LegacyTest, EveryDeclaredEncodingImportsAndExportsAsUtf8) {
+  const auto decl = [](const char* encoding) {
+    return "<?xml version=\"1.0\" encoding=\"" + std::string(encoding) + "\"?>\r\n";
+  };
+  const struct {
+    const char* name;
+    std::string bytes;
+    const char* first_name;  // as UTF-8
+  } rows[] = {
+      {"ISO-8859-2",
+       ClientFile(decl("iso-8859-2"),
+                  "\xA3\xF3"
+                  "d\xBC"),
+       "\xC5\x81\xC3\xB3"
+       "d\xC5\xBA"},
+      {"KOI8-R", ClientFile(decl("KOI8-r"), "\xED\xCF\xD3\xCB\xD7\xC1"),
+       "\xD0\x9C\xD0\xBE\xD1\x81\xD0\xBA\xD0\xB2\xD0\xB0"},
+      {"Shift_JIS", ClientFile(decl("Shift_JIS"), "\x93\xFA\x96\x7B\x8C\xEA"),
+       "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E"},
+      {"GB18030, two- and four-byte",
+       ClientFile(decl("gb18030"), "\xB1\xB1\xBE\xA9\x81\x30\x89\x38\x94\x39\xFC\x36"),
+       "\xE5\x8C\x97\xE4\xBA\xAC\xC3\x9F\xF0\x9F\x98\x80"},
+      {"windows-1252", ClientFile(decl("Windows-1252"), "\x80\x93\xE9"),
+       "\xE2\x82\xAC\xE2\x80\x9C\xC3\xA9"},
+      {"ISO-8859-1", ClientFile(decl("ISO-8859-1"), "\x80\xE9"), "\xC2\x80\xC3\xA9"},
+      {"8-bit without a declaration", ClientFile("", "\x93q\x94 caf\xE9"),
+       "\xE2\x80\x9Cq\xE2\x80\x9D caf\xC3\xA9"},
+      {"UTF-8 with a mark", ClientFile("\xEF\xBB\xBF", "\xC3\xA9"), "\xC3\xA9"},
+      {"UTF-16 BE with a mark, no declaration",
+       ClientFile("\xFE\xFF", std::string("\x00\xE9\xD8\x3D\xDE\x00", 6), 1),
+       "\xC3\xA9\xF0\x9F\x98\x80"},
+      {"UTF-16 BE with a mark and a declaration",
+       ClientFile("\xFE\xFF" + decl("UTF-16"), std::string("\x01\x41\x00\xF3", 4), 1),
+       "\xC5\x81\xC3\xB3"},
+      {"UTF-16 BE declared, no mark",
+       ClientFile(decl("utf-16be"),
+                  std::string("\x04\x1C\x00"
+                              "d",
+                              4),
+                  1),
+       "\xD0\x9C"
+       "d"},
+      {"UTF-16 LE with a mark",
+       ClientFile("\xFF\xFE", std::string("\xE9\x00\x3D\xD8\x00\xDE", 6), 2),
+       "\xC3\xA9\xF0\x9F\x98\x80"},
+      {"EBCDIC declared as IBM037",
+       "\x4c\x6f\xa7\x94\x93\x40\xa5\x85\x99\xa2\x89\x96\x95\x7e\x7f\xf1\x4b\xf0\x7f\x40\x85\x95"
+       "\x83\x96"
+       "\x84\x89\x95\x87\x7e\x7f\xc9\xc2\xd4\xf0\xf3\xf7\x7f\x6f\x6e\x4c\xc3\x93\x89\x85\x95\xa3"
+       "\xa2\x40"
+       "\x89\x84\x7e\x7f\xf1\x7f\x6e\x4c\xc3\x93\x89\x85\x95\xa3\xd6\x99\xd7\x81\xa3\x89\x85\x95"
+       "\xa3\x40"
+       "\x89\x84\x7e\x7f\xf2\x7f\x6e\x4c\xc6\x89\x99\xa2\xa3\xd5\x81\x94\x85\x6e\xd4\xdc\x93\x93"
+       "\x85\x99"
+       "\x4c\x61\xc6\x89\x99\xa2\xa3\xd5\x81\x94\x85\x6e\x4c\x61\xc3\x93\x89\x85\x95\xa3\xd6\x99"
+       "\xd7\x81"
+       "\xa3\x89\x85\x95\xa3\x6e\x4c\x61\xc3\x93\x89\x85\x95\xa3\xa2\x6e",
+       "M\xC3\xBCller"},
+  };
+  testing::TempDir dir;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    testing::WriteFile(dir / "in.xml", row.bytes);
+    DOMDocument doc = DOMDocument::New();
+    ASSERT_TRUE(doc.load(dir / "in.xml")) << doc.parseError().reason;
+    auto clients = std::make_shared<CClients>();
+    DOMNode root = doc.documentElement();
+    ASSERT_EQ(clients->ImportXMLNode(root)->Number(), 0);
+    EXPECT_EQ(clients->Clients()->Item(1)->FirstName(), row.first_name);
+    ASSERT_EQ(clients->ExportXMLPath(dir / "out.xml")->Number(), 0);
+    const std::string out = testing::ReadFile(dir / "out.xml");
+    EXPECT_EQ(out.find("encoding"), std::string::npos);
+    EXPECT_NE(out.find("<FirstName>" + std::string(row.first_name) + "</FirstName>"),
+              std::string::npos);
   }
 }
 

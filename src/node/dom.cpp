@@ -1,6 +1,7 @@
 // The DOM handles: nodes, child lists, attribute lists and documents.
 #include "tympora/node/dom.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 #include "node/dom_internal.hpp"
@@ -28,6 +29,8 @@ const char* DomErrorText(int32_t number) noexcept {
       return "The name is not a valid XML name";
     case kDomErrWrongDocument:
       return "The node belongs to another document";
+    case kDomErrMarkup:
+      return "The text would change the document's markup when written";
     default:
       return "";
   }
@@ -74,12 +77,21 @@ pugi::xml_node NewDetached(DocImpl& d, pugi::xml_node_type type) {
   return n;
 }
 
-// Processing-instruction data ends at the first "?>", so it cannot hold one.
-void CheckPiData(std::string_view data) {
+// Raises 1002 for a character that XML forbids and 1007 for a text that
+// would end its comment or processing instruction early when written, or
+// make the XML declaration unreadable.
+void CheckNodeData(pugi::xml_node_type type, bool declaration, std::string_view data) {
   detail::CheckXmlText(data);
-  if (data.find("?>") != std::string_view::npos) {
-    detail::RaiseDomError(kDomErrInvalidChar, "\"?>\" inside processing instruction data");
+  const auto refuse = [](std::string_view why) { detail::RaiseDomError(kDomErrMarkup, why); };
+  if (type == pugi::node_comment && (data.find("--") != data.npos || data.ends_with('-'))) {
+    refuse("a comment cannot hold \"--\" or end in \"-\"");
   }
+  if (type != pugi::node_pi) return;
+  if (data.find("?>") != data.npos) refuse("\"?>\" inside processing instruction data");
+  if (!declaration) return;
+  const size_t start = std::min(data.size(), data.find_first_not_of(" \t\r\n"));
+  size_t at = 0;
+  if (const char* why = detail::DeclarationFault(data.substr(start), at)) refuse(why);
 }
 
 // The state behind a document handle; raises 91 for the absent handle.
@@ -220,7 +232,7 @@ void DOMNode::text(std::string_view value) {
   if (type == pugi::node_document || type == pugi::node_declaration) {
     detail::RaiseDomError(kDomErrHierarchy, "the text of this node cannot be set");
   }
-  if (type == pugi::node_pi) CheckPiData(value);
+  CheckNodeData(type, IsDeclaration(n), value);
   if (type != pugi::node_element) return SetValue(n, value);
   doc_->RemoveChildren(n, doc_.use_count() > 1);
   if (!value.empty()) SetValue(n.append_child(pugi::node_pcdata), value);
@@ -372,7 +384,7 @@ DOMNode DOMDocument::createTextNode(std::string_view data) {
 
 DOMNode DOMDocument::createComment(std::string_view data) {
   Check();
-  detail::CheckXmlText(data);
+  CheckNodeData(pugi::node_comment, false, data);
   pugi::xml_node n = NewDetached(*doc_, pugi::node_comment);
   SetValue(n, data);
   return DOMNode(doc_, n.internal_object());
@@ -384,7 +396,7 @@ DOMNode DOMDocument::createProcessingInstruction(std::string_view target, std::s
   const bool reserved = target.size() == 3 && target != "xml" && (target[0] | 0x20) == 'x' &&
                         (target[1] | 0x20) == 'm' && (target[2] | 0x20) == 'l';
   if (reserved || !detail::IsXmlName(target)) detail::RaiseDomError(kDomErrInvalidName, target);
-  CheckPiData(data);
+  CheckNodeData(pugi::node_pi, target == "xml", data);
   pugi::xml_node n = NewDetached(*doc_, pugi::node_pi);
   if (!n.set_name(std::string(target).c_str())) RaisePlatformError(kErrOutOfMemory);
   SetValue(n, data);

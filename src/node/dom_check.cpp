@@ -1,14 +1,19 @@
-// Character checks of a document's text before it is parsed.
+// Checks of a document's text before it is parsed.
 //
 // pugixml takes any byte as text and resolves any character reference: a
 // control character, U+FFFF, &#1; or &#xD800; would enter the tree, and
-// &#0; would silently cut the text short. XML 1.0 makes all of them errors,
-// and a tree that held one could not be written again, so the parse refuses
-// them here, with the position of the fault.
+// &#0; would silently cut the text short. It also takes markup that XML 1.0
+// calls not well-formed: a bare '&', '<' in an attribute value, "]]>" in
+// text, "--" in a comment, an attribute twice in one tag, a declaration
+// with a bad version. A tree that held one could not be trusted or written
+// again, so the parse refuses them here, with the position of the fault.
+// The scan reads the markup only as far as it must; what it does not
+// understand it leaves to pugixml, which refuses it.
 #include <algorithm>
-#include <cstring>
-
+#include <array>
 #include <cstdio>
+#include <cstring>
+#include <vector>
 
 #include "node/dom_check.hpp"
 #include "node/dom_internal.hpp"
@@ -123,21 +128,26 @@ bool BlankAround(std::string_view text, size_t at, size_t next, size_t floor,
   return false;
 }
 
-// Finds the next '&' or '<' at or after a position. It keeps one memchr
-// cursor per character, each moved only once it falls behind, so a whole
-// text costs two linear scans (find_first_of tests every byte against the
-// set, several times slower).
+// Finds the next '&', '<' or ']' at or after a position. It keeps one
+// memchr cursor per character, each moved only once it falls behind, so a
+// whole text costs three linear scans (find_first_of tests every byte
+// against the set, several times slower).
 class MarkupCursor {
  public:
-  explicit MarkupCursor(std::string_view text)
-      : text_(text), amp_(Find('&', 0)), lt_(Find('<', 0)) {}
+  explicit MarkupCursor(std::string_view text) : text_(text) {
+    for (size_t k = 0; k < kChars.size(); ++k) next_[k] = Find(kChars[k], 0);
+  }
   size_t Next(size_t from) {
-    if (amp_ < from) amp_ = Find('&', from);
-    if (lt_ < from) lt_ = Find('<', from);
-    return std::min(amp_, lt_);
+    size_t best = std::string_view::npos;
+    for (size_t k = 0; k < kChars.size(); ++k) {
+      if (next_[k] < from) next_[k] = Find(kChars[k], from);
+      best = std::min(best, next_[k]);
+    }
+    return best;
   }
 
  private:
+  static constexpr std::string_view kChars = "&<]";
   size_t Find(char c, size_t from) const {
     if (from >= text_.size()) return std::string_view::npos;
     const void* hit = std::memchr(text_.data() + from, c, text_.size() - from);
@@ -145,84 +155,234 @@ class MarkupCursor {
                : std::string_view::npos;
   }
   std::string_view text_;
-  size_t amp_, lt_;  // the next of each at or after the last position; npos: none left
+  size_t next_[3];  // the next of each at or after the last position; npos: none left
 };
 
-// Checks the references in the quoted attribute values of the tag that
-// opens at `i` (where a '<' in a value is only a character) and moves `i`
-// past the tag's '>'.
-bool CheckTag(std::string_view text, size_t& i, std::string& reason, int64_t& offset) {
-  size_t j = i + 1;
-  while (j < text.size() && text[j] != '>') {
-    const char quote = text[j];
-    if (quote != '"' && quote != '\'') {
-      ++j;
-      continue;
-    }
-    const size_t close = std::min(text.size(), text.find(quote, j + 1));
-    const std::string_view value = text.substr(j + 1, close - j - 1);
-    for (size_t k = value.find("&#"); k != std::string_view::npos; k = value.find("&#", k + 2)) {
-      size_t after = 0;
-      if (!CheckReference(text, j + 1 + k, after, reason, offset)) return false;
-    }
-    j = close + 1;
-  }
-  i = std::min(text.size(), j + 1);
-  return true;
+bool IsPredefinedEntity(std::string_view name) noexcept {
+  return name == "amp" || name == "lt" || name == "gt" || name == "apos" || name == "quot";
 }
 
-// Checks every character reference outside comments, CDATA sections and
-// processing instructions, whose content is not markup. Tags are read with
-// their quoted values, so that a "<!--" inside a value opens no comment.
-bool CheckReferences(std::string_view text, std::string& reason, int64_t& offset) {
-  static constexpr struct {
-    std::string_view open, close;
-  } kLiteral[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-  MarkupCursor cursor(text);
-  for (size_t i = cursor.Next(0); i != std::string_view::npos; i = cursor.Next(i)) {
-    if (text[i] == '&') {
-      if (text.substr(i, 2) != "&#") {
-        ++i;
-      } else if (!CheckReference(text, i, i, reason, offset)) {
+// The name of a tag or attribute ends at white space or markup; a table,
+// since every tag's name is read.
+constexpr std::array<bool, 256> kEndsName = [] {
+  std::array<bool, 256> t{};
+  for (unsigned char c : std::string_view(" \t\r\n=>/<\"'&;?")) t[c] = true;
+  return t;
+}();
+
+bool EndsName(char c) noexcept { return kEndsName[static_cast<unsigned char>(c)]; }
+
+// One pass over a document's text.
+class Scanner {
+ public:
+  Scanner(std::string_view text, std::string& reason, int64_t& offset, bool& blank_text)
+      : text_(text), reason_(reason), offset_(offset), blank_text_(blank_text) {}
+
+  bool Run() {
+    MarkupCursor cursor(text_);
+    for (size_t at = cursor.Next(0); at != std::string_view::npos; at = cursor.Next(i_)) {
+      i_ = at + 1;
+      const char c = text_[at];
+      if (c == ']') {
+        if (text_.substr(at, 3) == "]]>") return Fault(at, "\"]]>\" is not allowed in text");
+      } else if (c == '&') {
+        if (!Reference(at, true)) return false;
+      } else if (!Markup(at)) {
         return false;
       }
-      continue;
     }
-    bool literal_section = false;
-    for (const auto& literal : kLiteral) {
-      if (text.substr(i, literal.open.size()) != literal.open) continue;
-      const size_t close = text.find(literal.close, i + literal.open.size());
-      // An unclosed section is the parser's to report.
-      i = close == std::string_view::npos ? text.size() : close + literal.close.size();
-      literal_section = true;
-      break;
-    }
-    if (!literal_section && !CheckTag(text, i, reason, offset)) return false;
+    return true;
   }
-  return true;
-}
+
+ private:
+  bool Fault(size_t at, const char* what, uint32_t cp = 0) {
+    return tympora::detail::Fault(reason_, offset_, at, what, cp);
+  }
+  size_t Find(std::string_view what, size_t from) const {
+    const size_t at = text_.find(what, from);
+    return at == std::string_view::npos ? text_.size() : at;
+  }
+  void SkipBlanks(size_t& j) const {
+    while (j < text_.size() && IsXmlSpace(static_cast<unsigned char>(text_[j]))) ++j;
+  }
+
+  // The reference at `at`: a character reference to a character XML
+  // allows, or an entity reference to one of the five predefined entities
+  // (to any entity when a DOCTYPE may declare it). Moves i_ past it.
+  bool Reference(size_t at, bool in_text) {
+    if (text_.substr(at, 2) == "&#") {
+      size_t next = 0;
+      if (!CheckReference(text_, at, next, reason_, offset_)) return false;
+      uint32_t value = 0;
+      ReadReference(text_, at, next, value);
+      if (in_text && IsXmlSpace(value) && at >= blank_checked_ && !blank_text_) {
+        blank_text_ = BlankAround(text_, at, next, blank_checked_, blank_checked_);
+      }
+      i_ = next;
+      return true;
+    }
+    size_t j = at + 1;
+    while (j < text_.size() && !EndsName(text_[j])) ++j;
+    const std::string_view name = text_.substr(at + 1, j - at - 1);
+    if (j == text_.size() || text_[j] != ';' || !IsXmlName(name)) {
+      return Fault(at, "'&' must start a reference such as &amp;");
+    }
+    if (!doctype_ && !IsPredefinedEntity(name))
+      return Fault(at, "Reference to an undeclared entity");
+    i_ = j + 1;
+    return true;
+  }
+
+  // The markup that opens with the '<' at `at`.
+  bool Markup(size_t at) {
+    const std::string_view rest = text_.substr(at);
+    if (rest.starts_with("<!--")) {
+      const size_t close = Find("-->", at + 4);
+      if (close < text_.size() && Find("--", at + 4) != close) {
+        return Fault(Find("--", at + 4), "\"--\" is not allowed inside a comment");
+      }
+      i_ = close + 3;
+    } else if (rest.starts_with("<![CDATA[")) {
+      i_ = Find("]]>", at + 9) + 3;
+    } else if (rest.starts_with("<?")) {
+      return Instruction(at);
+    } else if (rest.starts_with("<!DOCTYPE")) {
+      doctype_ = true;
+      i_ = DoctypeEnd(at + 9);
+    } else if (rest.size() > 1 && rest[1] != '/' && rest[1] != '!') {
+      return Tag(at);
+    }
+    return true;
+  }
+
+  // A processing instruction; the target "xml" is the declaration, any
+  // other spelling of it is reserved.
+  bool Instruction(size_t at) {
+    size_t j = at + 2;
+    while (j < text_.size() && !EndsName(text_[j])) ++j;
+    const std::string_view target = text_.substr(at + 2, j - at - 2);
+    const size_t close = Find("?>", j);
+    i_ = close + 2;
+    if (target.size() != 3 || (target[0] | 0x20) != 'x' || (target[1] | 0x20) != 'm' ||
+        (target[2] | 0x20) != 'l') {
+      return true;
+    }
+    if (target != "xml") return Fault(at + 2, "The target \"xml\" is reserved in any letter case");
+    if (at != 0 || close == text_.size()) return true;  // the parser reports these
+    SkipBlanks(j);
+    size_t fault = 0;
+    if (const char* why = DeclarationFault(text_.substr(j, close - j), fault)) {
+      return Fault(j + fault, why);
+    }
+    return true;
+  }
+
+  // The offset after the DOCTYPE whose name starts at `j`: its internal
+  // subset may hold quoted text, comments and instructions with any
+  // character.
+  size_t DoctypeEnd(size_t j) const {
+    bool subset = false;
+    while (j < text_.size()) {
+      const char c = text_[j];
+      if (c == '"' || c == '\'') {
+        j = Find(std::string_view(&c, 1), j + 1) + 1;
+      } else if (subset && text_.substr(j, 4) == "<!--") {
+        j = Find("-->", j + 4) + 3;
+      } else if (subset && text_.substr(j, 2) == "<?") {
+        j = Find("?>", j + 2) + 2;
+      } else {
+        if (c == '>' && !subset) return j + 1;
+        if (c == '[') subset = true;
+        if (c == ']') subset = false;
+        ++j;
+      }
+    }
+    return text_.size();
+  }
+
+  // A start tag: its attribute values and their names. Stops at the first
+  // piece of syntax it does not expect, which the parser then refuses.
+  bool Tag(size_t at) {
+    size_t j = at + 1;
+    while (j < text_.size() && !EndsName(text_[j])) ++j;
+    names_.clear();
+    while (j > at + 1) {
+      i_ = j;
+      SkipBlanks(j);
+      const size_t name_start = j;
+      while (j < text_.size() && !EndsName(text_[j])) ++j;
+      if (j == name_start) break;  // '>', "/>" or a fault
+      const std::string_view name = text_.substr(name_start, j - name_start);
+      SkipBlanks(j);
+      if (j == text_.size() || text_[j] != '=') break;
+      SkipBlanks(++j);
+      if (j == text_.size() || (text_[j] != '"' && text_[j] != '\'')) break;
+      const size_t close = Find(std::string_view(&text_[j], 1), j + 1);
+      if (!Value(j + 1, close)) return false;
+      names_.push_back({name, name_start});
+      j = close + 1;
+      i_ = j;
+    }
+    return UniqueNames();
+  }
+
+  // An attribute value from `from` to `to`: no '<', and every '&' starts a
+  // reference.
+  bool Value(size_t from, size_t to) {
+    const std::string_view value = text_.substr(from, to - from);
+    const size_t lt = value.find('<');
+    for (size_t k = value.find('&'); k < lt && k != std::string_view::npos;
+         k = value.find('&', i_ - from)) {
+      if (!Reference(from + k, false)) return false;
+    }
+    if (lt != std::string_view::npos) {
+      return Fault(from + lt, "'<' is not allowed in an attribute value");
+    }
+    return true;
+  }
+
+  // No two attributes of the tag just read share a name. Few attributes are
+  // compared pairwise, many after sorting: never quadratic.
+  bool UniqueNames() {
+    const auto fault = [&](size_t at) {
+      return Fault(at, "An attribute appears twice in one tag");
+    };
+    if (names_.size() <= 8) {
+      for (size_t a = 1; a < names_.size(); ++a) {
+        for (size_t b = 0; b < a; ++b) {
+          if (names_[a].first == names_[b].first) return fault(names_[a].second);
+        }
+      }
+      return true;
+    }
+    std::stable_sort(names_.begin(), names_.end(),
+                     [](const auto& x, const auto& y) { return x.first < y.first; });
+    size_t first_repeat = std::string_view::npos;
+    for (size_t a = 1; a < names_.size(); ++a) {
+      if (names_[a].first == names_[a - 1].first) {
+        first_repeat = std::min(first_repeat, names_[a].second);
+      }
+    }
+    return first_repeat == std::string_view::npos || fault(first_repeat);
+  }
+
+  std::string_view text_;
+  std::string& reason_;
+  int64_t& offset_;
+  bool& blank_text_;
+  size_t i_ = 0;              // where the scan goes on
+  size_t blank_checked_ = 0;  // the runs of text before this offset are known
+  bool doctype_ = false;      // a DOCTYPE came first: entities may be declared
+  std::vector<std::pair<std::string_view, size_t>> names_;  // of the tag being read
+};
 
 }  // namespace
 
-bool CheckXmlCharacters(std::string_view text, bool xml_text, std::string& reason, int64_t& offset,
-                        bool& blank_text) {
+bool CheckDocumentText(std::string_view text, bool xml_text, std::string& reason, int64_t& offset,
+                       bool& blank_text) {
   blank_text = false;
   if (!xml_text && !IsXmlText(text)) return LocateRawFault(text, reason, offset);
-  // Most documents hold only valid references, wherever they stand: then the
-  // sections that are not markup need not be told apart.
-  size_t checked_until = 0;  // the runs of text before this offset are known
-  for (size_t at = text.find("&#"), next = 0; at != std::string_view::npos;
-       at = text.find("&#", next)) {
-    uint32_t value = 0;
-    if (!ReadReference(text, at, next, value) || !IsAllowed(value)) {
-      blank_text = true;  // not worth knowing on this rare road
-      return CheckReferences(text, reason, offset);
-    }
-    if (IsXmlSpace(value) && at >= checked_until && !blank_text) {
-      blank_text = BlankAround(text, at, next, checked_until, checked_until);
-    }
-  }
-  return true;
+  return Scanner(text, reason, offset, blank_text).Run();
 }
 
 }  // namespace tympora::detail

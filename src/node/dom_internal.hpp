@@ -193,14 +193,33 @@ inline void CheckXmlText(std::string_view text) {
 // True when `name` matches the XML Name production.
 bool IsXmlName(std::string_view name) noexcept;
 
-// Converts the bytes of a document to UTF-8 without a byte-order mark:
-// UTF-8 (with or without mark), UTF-16 LE/BE with mark, and 8-bit text that
-// declares windows-1252 or ISO-8859-1 or that is not valid UTF-8. On failure
-// returns false with a reason and the byte offset in `bytes`.
-// `text` is the result: a view of `bytes` when they need no conversion, else
-// of `out`. `xml_text` tells when `text` is known to pass IsXmlText.
+// True when `name` is an encoding name as XML spells one:
+// [A-Za-z] ([A-Za-z0-9._] | '-')*. That also keeps iconv's own syntax
+// ("//TRANSLIT", ",") out of a name.
+bool IsEncName(std::string_view name) noexcept;
+
+// Byte offset of the first invalid UTF-8 sequence in `text`; its size when
+// there is none.
+size_t FirstBadUtf8(std::string_view text) noexcept;
+
+// The reason why `data`, the text after "<?xml" and white space, is no XML
+// declaration (version, then encoding and standalone, each at most once and
+// well spelt), or nullptr when it is one; `at` receives the fault's offset
+// in `data`.
+const char* DeclarationFault(std::string_view data, size_t& at);
+
+// ---- Encodings (dom_encoding.cpp) ----------------------------------------
+
+// Converts the bytes of a document to UTF-8 without a byte-order mark, in
+// the encoding that its mark, first bytes or declaration name (any that
+// iconv knows; UTF-8 when none is named, Windows-1252 for 8-bit text that is
+// not UTF-8). `text` is the result: a view of `bytes` when they need no
+// conversion, else of `out`. `xml_text` tells when `text` is known to pass
+// IsXmlText. On failure returns false with a reason, the offset of the fault
+// in `bytes`, and in `before` the text decoded before it (for its line and
+// column). Linear in the length.
 bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
-                    bool& xml_text, std::string& reason, int64_t& offset);
+                    bool& xml_text, std::string& reason, int64_t& offset, std::string_view& before);
 
 // ---- Serialisation (dom_serialize.cpp) -----------------------------------
 

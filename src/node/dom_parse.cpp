@@ -68,15 +68,23 @@ DOMParseError Locate(std::string_view text, Failure failure) {
   const size_t end =
       std::min(text.size(), static_cast<size_t>(std::max<int64_t>(0, failure.offset)));
   size_t line_start = 0;
-  e.line = 1;
-  for (size_t i = 0; i < end; ++i) {
-    const bool cr = text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n');
-    if (text[i] == '\n' || cr) {
-      ++e.line;
-      line_start = i + 1;
+  int64_t line = 1;
+  for (const char* p = text.data();
+       (p = static_cast<const char*>(std::memchr(p, '\n', text.data() + end - p))) != nullptr;) {
+    ++line;
+    line_start = static_cast<size_t>(++p - text.data());
+  }
+  // Lone CRs end lines too; they are rare enough to be looked for apart.
+  for (const char* p = text.data();
+       (p = static_cast<const char*>(std::memchr(p, '\r', text.data() + end - p))) != nullptr;) {
+    const size_t at = static_cast<size_t>(p++ - text.data());
+    if (at + 1 == text.size() || text[at + 1] != '\n') {
+      ++line;
+      line_start = std::max(line_start, at + 1);
     }
   }
-  e.linepos = static_cast<int32_t>(end - line_start + 1);
+  e.line = line;
+  e.linepos = static_cast<int64_t>(end - line_start) + 1;
   return e;
 }
 
@@ -194,17 +202,21 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
   std::string_view text;
   Failure f;
   bool xml_text = false;
-  if (!DecodeDocument(bytes, converted, text, xml_text, f.reason, f.offset)) {
-    Fail(Locate(bytes, std::move(f)), shared);
+  std::string_view before;
+  if (!DecodeDocument(bytes, converted, text, xml_text, f.reason, f.offset, before)) {
+    const int64_t at = f.offset;
+    DOMParseError e = Locate(before, {std::move(f.reason), static_cast<int64_t>(before.size())});
+    e.filepos = at;
+    Fail(std::move(e), shared);
     return false;
   }
   auto next = std::make_unique<pugi::xml_document>();
   bool blank_text = false;
   bool in_place = false;
   ParseMode mode = ParseMode::kKeepBlankText;
-  if (!CheckXmlCharacters(text, xml_text, f.reason, f.offset, blank_text)) {
-    // A character that XML 1.0 forbids, raw or as a reference: reported here
-    // with its position, since pugixml would take it (and cut at &#0;).
+  if (!CheckDocumentText(text, xml_text, f.reason, f.offset, blank_text)) {
+    // What pugixml would take although XML 1.0 forbids it (see
+    // dom_check.hpp), reported here with its position.
   } else {
     // Blank text is dropped by the parser; text that only turns blank once
     // its references are resolved is dropped after it, and needs text nodes.

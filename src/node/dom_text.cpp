@@ -1,5 +1,5 @@
 // Characters and encodings of the DOM: the XML 1.0 character and name
-// checks, and the conversion of a document's bytes to UTF-8 before parsing.
+// checks.
 #include <cstdio>
 #include <cstring>
 
@@ -77,130 +77,6 @@ bool IsNameChar(int32_t c) noexcept {
          (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
 }
 
-// ---- Document encodings -------------------------------------------------
-
-// Code points of the Windows-1252 bytes 0x80 to 0x9F. The five bytes that
-// the code page leaves undefined map to the C1 control of the same value.
-constexpr char16_t kCp1252High[32] = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
-
-void AppendUtf8(std::string& out, uint32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
-}
-
-void SingleByteToUtf8(std::string_view in, bool cp1252, std::string& out) {
-  out.clear();
-  out.reserve(in.size() + in.size() / 4);
-  for (char ch : in) {
-    const Byte b = static_cast<Byte>(ch);
-    const uint32_t cp = (cp1252 && b >= 0x80 && b <= 0x9F) ? kCp1252High[b - 0x80] : b;
-    AppendUtf8(out, cp);
-  }
-}
-
-bool Utf16ToUtf8(std::string_view in, bool big_endian, std::string& out, std::string& reason,
-                 int64_t& offset) {
-  out.clear();
-  out.reserve(in.size());
-  const auto unit = [&](size_t i) {
-    const auto hi = static_cast<Byte>(in[i + (big_endian ? 0 : 1)]);
-    const auto lo = static_cast<Byte>(in[i + (big_endian ? 1 : 0)]);
-    return static_cast<uint32_t>(hi << 8 | lo);
-  };
-  size_t i = 2;  // after the byte-order mark
-  for (; i + 1 < in.size(); i += 2) {
-    uint32_t cp = unit(i);
-    if (cp >= 0xD800 && cp <= 0xDBFF && i + 3 < in.size()) {
-      const uint32_t low = unit(i + 2);
-      if (low >= 0xDC00 && low <= 0xDFFF) {
-        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-        i += 2;
-      }
-    }
-    if (cp >= 0xD800 && cp <= 0xDFFF) {
-      reason = "Unpaired UTF-16 surrogate";
-      offset = static_cast<int64_t>(i);
-      return false;
-    }
-    AppendUtf8(out, cp);
-  }
-  if (i != in.size()) {
-    reason = "Incomplete UTF-16 code unit at the end of the text";
-    offset = static_cast<int64_t>(i);
-    return false;
-  }
-  return true;
-}
-
-// The encoding named in a leading XML declaration, lower-cased; empty when
-// there is none.
-std::string DeclaredEncoding(std::string_view text) {
-  if (text.substr(0, 5) != "<?xml") return {};
-  const size_t close = text.find("?>");
-  if (close == std::string_view::npos) return {};
-  const std::string_view decl = text.substr(0, close);
-  const size_t at = decl.find("encoding");
-  if (at == std::string_view::npos) return {};
-  size_t i = at + 8;
-  const auto skip_blanks = [&] {
-    while (i < decl.size() && IsXmlSpace(static_cast<unsigned char>(decl[i]))) ++i;
-  };
-  skip_blanks();
-  if (i >= decl.size() || decl[i] != '=') return {};
-  ++i;
-  skip_blanks();
-  if (i >= decl.size() || (decl[i] != '"' && decl[i] != '\'')) return {};
-  const size_t end = decl.find(decl[i], i + 1);
-  if (end == std::string_view::npos) return {};
-  std::string name(decl.substr(i + 1, end - i - 1));
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return name;
-}
-
-bool IsCp1252Name(const std::string& n) {
-  return n == "windows-1252" || n == "cp1252" || n == "x-cp1252";
-}
-bool IsLatin1Name(const std::string& n) {
-  return n == "iso-8859-1" || n == "iso8859-1" || n == "iso_8859-1" || n == "latin1" ||
-         n == "latin-1" || n == "l1";
-}
-bool IsUtf8Name(const std::string& n) { return n == "utf-8" || n == "utf8"; }
-
-// Byte offset of the first invalid UTF-8 sequence in `text`.
-size_t FirstBadUtf8(std::string_view text) noexcept {
-  const Byte* const begin = reinterpret_cast<const Byte*>(text.data());
-  const Byte* const end = begin + text.size();
-  for (const Byte* p = begin; p < end;) {
-    // ASCII runs, eight bytes at a time.
-    for (uint64_t w; end - p >= 8; p += 8) {
-      std::memcpy(&w, p, sizeof w);
-      if ((w & kHighBits) != 0) break;
-    }
-    if (p == end) break;
-    const Byte* const at = p;
-    if (NextCodePoint(p, end) < 0) return static_cast<size_t>(at - begin);
-  }
-  return text.size();
-}
-
 }  // namespace
 
 bool IsXmlText(std::string_view text) noexcept {
@@ -246,43 +122,88 @@ bool IsXmlName(std::string_view name) noexcept {
   return true;
 }
 
-bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
-                    bool& xml_text, std::string& reason, int64_t& offset) {
-  xml_text = false;
-  if (bytes.size() >= 2 && (bytes.substr(0, 2) == "\xFF\xFE" || bytes.substr(0, 2) == "\xFE\xFF")) {
-    text = out;
-    if (!Utf16ToUtf8(bytes, bytes[0] == '\xFE', out, reason, offset)) return false;
-    text = out;
-    return true;
+size_t FirstBadUtf8(std::string_view text) noexcept {
+  const Byte* const begin = reinterpret_cast<const Byte*>(text.data());
+  const Byte* const end = begin + text.size();
+  for (const Byte* p = begin; p < end;) {
+    // ASCII runs, eight bytes at a time.
+    for (uint64_t w; end - p >= 8; p += 8) {
+      std::memcpy(&w, p, sizeof w);
+      if ((w & kHighBits) != 0) break;
+    }
+    if (p == end) break;
+    const Byte* const at = p;
+    if (NextCodePoint(p, end) < 0) return static_cast<size_t>(at - begin);
   }
-  const bool bom = bytes.substr(0, 3) == "\xEF\xBB\xBF";
-  const std::string_view body = bom ? bytes.substr(3) : bytes;
-  const std::string encoding = bom ? std::string("utf-8") : DeclaredEncoding(body);
-  if (IsCp1252Name(encoding) || IsLatin1Name(encoding)) {
-    SingleByteToUtf8(body, IsCp1252Name(encoding), out);
-    text = out;
-    return true;
+  return text.size();
+}
+
+bool IsEncName(std::string_view n) noexcept {
+  const auto alpha = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  if (n.empty() || !alpha(n[0])) return false;
+  for (char c : n) {
+    if (!alpha(c) && !(c >= '0' && c <= '9') && c != '.' && c != '_' && c != '-') return false;
   }
-  // The usual document is UTF-8 with only XML characters: one scan tells.
-  xml_text = IsXmlText(body);
-  if (xml_text) {
-    text = body;
-    return true;
-  }
-  const size_t bad = FirstBadUtf8(body);
-  if (bad == body.size()) {
-    text = body;  // already what the parser reads: no copy
-    return true;
-  }
-  if (IsUtf8Name(encoding)) {
-    reason = "Invalid UTF-8 in a document that declares UTF-8";
-    offset = static_cast<int64_t>(bad + (bom ? 3 : 0));
-    return false;
-  }
-  // Not UTF-8 and not declared as such: read as Windows-1252.
-  SingleByteToUtf8(body, true, out);
-  text = out;
   return true;
+}
+
+namespace {
+
+// Checks the value of the declaration's pseudo-attribute number `which`.
+const char* ValueFault(size_t which, std::string_view v) {
+  switch (which) {
+    case 0:
+      return v.size() > 2 && v.starts_with("1.") &&
+                     v.find_first_not_of("0123456789", 2) == std::string_view::npos
+                 ? nullptr
+                 : "The XML version must be 1. and digits";
+    case 1:
+      return IsEncName(v) ? nullptr : "Invalid encoding name in the declaration";
+    default:
+      return v == "yes" || v == "no" ? nullptr : "standalone must be \"yes\" or \"no\"";
+  }
+}
+
+}  // namespace
+
+const char* DeclarationFault(std::string_view data, size_t& at) {
+  static constexpr std::string_view kNames[] = {"version", "encoding", "standalone"};
+  const size_t n = data.size();
+  size_t i = 0;
+  size_t allowed = 0;  // the index in kNames from which a name may come
+  const auto skip_blanks = [&] {
+    while (i < n && IsXmlSpace(static_cast<Byte>(data[i]))) ++i;
+  };
+  for (;;) {
+    const size_t before_blanks = i;
+    skip_blanks();
+    at = i;
+    if (i == n) break;
+    if (allowed != 0 && i == before_blanks) return "A blank must separate the declaration's values";
+    size_t k = i;
+    while (k < n && data[k] >= 'a' && data[k] <= 'z') ++k;
+    const std::string_view name = data.substr(i, k - i);
+    size_t which = allowed;
+    while (which < std::size(kNames) && kNames[which] != name) ++which;
+    if (which == std::size(kNames)) {
+      return allowed == 0 ? "The declaration must start with the version"
+                          : "Unknown, repeated or misplaced value in the declaration";
+    }
+    if (allowed == 0 && which != 0) return "The declaration must start with the version";
+    i = k;
+    skip_blanks();
+    if (i == n || data[i] != '=') return "'=' expected in the declaration";
+    ++i;
+    skip_blanks();
+    const size_t close = i < n && (data[i] == '"' || data[i] == '\'') ? data.find(data[i], i + 1)
+                                                                      : std::string_view::npos;
+    if (close == std::string_view::npos) return "Quoted value expected in the declaration";
+    at = i + 1;
+    if (const char* fault = ValueFault(which, data.substr(i + 1, close - i - 1))) return fault;
+    allowed = which + 1;
+    i = close + 1;
+  }
+  return allowed == 0 ? "The declaration has no version" : nullptr;
 }
 
 }  // namespace tympora::detail

@@ -70,6 +70,19 @@ HAND_MADE = {
                  "</BirthDate><LastEntryDate>22.11.2026 15:04:05</LastEntryDate>"
                  "<RegistrationDate>0100-01-01 00:00:00</RegistrationDate>"
                  "</ClientOrPatient></Clients>",
+    "duplicate_attribute.xml": '<Clients id="1"><ClientOrPatient id="2">'
+                               '<FirstName null="true" null="false">Ann</FirstName>'
+                               "</ClientOrPatient></Clients>",
+    "many_attributes.xml": "<Clients" + "".join(' a%d="%d"' % (i, i) for i in range(40))
+                           + ' id="1"/>',
+    "bare_ampersand.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName>A & B'
+                          "</FirstName></ClientOrPatient></Clients>",
+    "markup_in_value.xml": '<Clients id="1&lt;2"><ClientOrPatient id="<2"/></Clients>',
+    "cdata_end_in_text.xml": '<Clients id="1">]]></Clients>',
+    "double_hyphen_comment.xml": '<Clients id="1"><!-- a -- b --></Clients>',
+    "bad_version.xml": '<?xml version="banana"?><Clients id="1"/>',
+    "undeclared_entity.xml": '<Clients id="1"><ClientOrPatient id="2"><FirstName>&nbsp;'
+                             "</FirstName></ClientOrPatient></Clients>",
 }
 
 MASK64 = (1 << 64) - 1
@@ -128,7 +141,22 @@ HAND_MADE["terminal_controls.xml"] = (
     '<Clients id="1"><ClientOrPatient id="2"><FirstName>\x7f\x9b31m\x85</FirstName>'
     "<LastName>\u202eZ\u2066\u2069</LastName></ClientOrPatient></Clients>")
 
+
+def declared(encoding, name):
+    """A client list in `encoding`, declared as such, whose first name is `name`."""
+    return ('<?xml version="1.0" encoding="%s"?>\r\n' % encoding
+            + HAND_MADE["minimal.xml"].replace("Ann", name)).encode(encoding)
+
+
 ENCODED = {
+    "iso8859_2.xml": declared("ISO-8859-2", "\u0141\u00f3d\u017a"),
+    "koi8_r.xml": declared("KOI8-R", "\u041c\u043e\u0441\u043a\u0432\u0430"),
+    "shift_jis.xml": declared("Shift_JIS", "\u65e5\u672c\u8a9e"),
+    "gb18030.xml": declared("GB18030", "\u5317\u4eac\u00df\U0001f600"),
+    "ibm037.xml": declared("IBM037", "M\u00fcller"),
+    "utf16be_declared.xml": declared("UTF-16BE", "\u00e9\U0001f600"),
+    "utf16be_bom.xml": ("\ufeff" + HAND_MADE["minimal.xml"]).encode("utf-16-be"),
+    "unknown_encoding.xml": b'<?xml version="1.0" encoding="x-no-such-code"?><Clients id="1"/>',
     "utf16le_bom.xml": ("\ufeff" + HAND_MADE["minimal.xml"]).encode("utf-16-le"),
     "utf8_bom.xml": b"\xef\xbb\xbf" + HAND_MADE["minimal.xml"].encode(),
     "windows1252.xml": b'<?xml version="1.0" encoding="windows-1252"?>\r\n'
@@ -161,7 +189,8 @@ def write_dictionary():
     for golden in DATA.glob("*.xml"):
         names.update(re.findall(r"<([A-Za-z][A-Za-z0-9]*)", golden.read_text(encoding="utf-8")))
     tokens = ['null="true"', 'id="', "<![CDATA[", "]]>", "<!--", "-->", "<?xml", "?>",
-              "&amp;", "&lt;", "&#13;", "&#x", "<!DOCTYPE", "<!ENTITY", 'encoding="windows-1252"']
+              "&amp;", "&lt;", "&#13;", "&#x", "<!DOCTYPE", "<!ENTITY", 'encoding="windows-1252"',
+              'encoding="UTF-16"', 'encoding="Shift_JIS"', 'version="1.0"', "\\xFE\\xFF"]
     lines = ['"<%s>"' % n for n in sorted(names)] + ['"</%s>"' % n for n in sorted(names)]
     lines += ['"<%s/>"' % n for n in sorted(names)]
     lines += ['"%s"' % t.replace('"', '\\"') for t in tokens]

@@ -33,6 +33,7 @@ enum DomError : int32_t {
   kDomErrHierarchy = 1004,      // a node that cannot be inserted or used there
   kDomErrInvalidName = 1005,    // a name that is not an XML name
   kDomErrWrongDocument = 1006,  // a node of another document
+  kDomErrMarkup = 1007,         // a text that would end its comment or instruction when written
 };
 
 // The description of a DomError number; the empty text for other numbers.
@@ -80,6 +81,8 @@ class DOMNode {
   std::string text() const;
   // Replaces the content of an element by one text node holding `value` (no
   // text node when `value` is empty); sets the value of any other node.
+  // Raises 1002 for a character that XML 1.0 forbids and 1007 for a text
+  // that would end a comment or processing instruction early.
   void text(std::string_view value);
   // The value as a Variant: a string for attributes, text, CDATA, comments
   // and processing instructions; Null for elements and documents.
@@ -158,11 +161,14 @@ class DOMNamedNodeMap {
 };
 
 // Where and why the last load or loadXML failed.
+// Positions count in the document's text as UTF-8; for a byte sequence that
+// the document's encoding does not allow, filepos is its offset in the bytes
+// read.
 struct DOMParseError {
   int32_t errorCode = 0;  // 0 after a successful parse
   std::string reason;     // the parser's description
-  int32_t line = 0;       // 1-based line of the failure
-  int32_t linepos = 0;    // 1-based column (in bytes) of the failure
+  int64_t line = 0;       // 1-based line of the failure
+  int64_t linepos = 0;    // 1-based column (in bytes) of the failure
   int64_t filepos = 0;    // 0-based byte offset of the failure
 };
 
@@ -188,21 +194,29 @@ class DOMDocument {
   bool preserveWhiteSpace() const;
   void preserveWhiteSpace(bool value);
 
-  // New nodes of this document, not attached anywhere. createElement raises
-  // 1005 for a name that is not an XML name; createProcessingInstruction
-  // with the target "xml" makes the XML declaration.
+  // New nodes of this document, not attached anywhere. Each raises 1002 for
+  // a text with a character that XML 1.0 forbids. createElement raises 1005
+  // for a name that is not an XML name; createComment raises 1007 for a text
+  // holding "--" or ending in "-", createProcessingInstruction 1007 for data
+  // holding "?>". With the target "xml" it makes the XML declaration, whose
+  // data must be version, encoding and standalone as XML writes them (1007).
   DOMElement createElement(std::string_view tagName);
   DOMNode createTextNode(std::string_view data);
   DOMNode createComment(std::string_view data);
   DOMNode createProcessingInstruction(std::string_view target, std::string_view data);
 
-  // Replaces the content by the parse of `text` (UTF-8, or UTF-16 with a
-  // byte-order mark). Returns false and leaves the document empty when the
-  // text does not parse; parseError() then says where and why.
+  // Replaces the content by the parse of `text`, which must be well-formed
+  // XML 1.0. Returns false and leaves the document empty when it is not;
+  // parseError() then says where and why (1003). The encoding is found as
+  // XML prescribes: a byte-order mark (UTF-8, UTF-16, UCS-4), else the first
+  // bytes and the declaration, which may name any encoding that the C
+  // library's iconv knows, in any letter case; without a declaration the
+  // text is UTF-8, or Windows-1252 when it is not valid UTF-8. An encoding
+  // that iconv does not know, a declaration that contradicts the mark, and
+  // bytes that the encoding does not allow are parse errors.
   bool loadXML(std::string_view text);
-  // The same for the file at `path`. Reads UTF-8, UTF-16 with a byte-order
-  // mark, and files that declare windows-1252 or ISO-8859-1. A file that
-  // cannot be read is a parse error too.
+  // The same for the bytes of the file at `path`. A file that cannot be read
+  // is a parse error too.
   bool load(const std::string& path);
   // The result of the last load or loadXML.
   const DOMParseError& parseError() const;
