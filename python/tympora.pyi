@@ -1,4 +1,4 @@
-"""Type stubs of the tympora module (written by make_stubs.py)."""
+"""Type stubs of the tympora module."""
 import datetime
 import os
 from typing import Generic, Iterator, TypeVar, overload
@@ -104,6 +104,8 @@ def FreeFile() -> int: ...
 def OpenFile(number: int, path: _Path) -> None: ...
 def FileClose(number: int) -> None: ...
 def SetLocale(name: str) -> None: ...
+
+# The record classes, written by make_stubs.py from the module's tables.
 
 class CClients(RecordBase):
     """The client list: the root of a clinic's file."""
