@@ -44,8 +44,8 @@ void BindError(py::module_& m) {
     try {
       if (p) std::rethrow_exception(p);
     } catch (const Error& e) {
-      py::object error =
-          (*error_class)(e.Number(), e.Description(), e.Source(), e.HelpFile(), e.HelpContext());
+      py::object error = (*error_class)(e.Number(), FromText(e.Description()), FromText(e.Source()),
+                                        FromText(e.HelpFile()), e.HelpContext());
       PyErr_SetObject(error_class->ptr(), error.ptr());
     }
   });

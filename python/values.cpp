@@ -66,6 +66,11 @@ std::string ToText(py::handle value) {
   return std::string(data, static_cast<size_t>(size));
 }
 
+py::object FromText(const std::string& text) {
+  return py::reinterpret_steal<py::object>(
+      PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace"));
+}
+
 std::string ToPath(py::handle value) {
   py::object path = py::reinterpret_steal<py::object>(PyOS_FSPath(value.ptr()));
   if (!path) {
@@ -135,11 +140,8 @@ py::object FromVariant(const Variant& value) {
       return py::float_(value.AsDouble());
     case VariantKind::Date:
       return FromDate(value.AsDate());
-    case VariantKind::String: {
-      const std::string& s = value.AsString();
-      return py::reinterpret_steal<py::object>(
-          PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()), "replace"));
-    }
+    case VariantKind::String:
+      return FromText(value.AsString());
     case VariantKind::Boolean:
       return py::bool_(value.AsBool());
     case VariantKind::Object:

@@ -28,6 +28,8 @@ int16_t ToInt16(py::handle value);
 // A str as UTF-8 text. Raises 13 for bytes and any other type, and for a str
 // that cannot be encoded (lone surrogates).
 std::string ToText(py::handle value);
+// UTF-8 text as a str; bytes that are not UTF-8 become U+FFFD.
+py::object FromText(const std::string& text);
 // A path given as str, bytes or os.PathLike, as the file name's bytes.
 // Raises 13 for any other type.
 std::string ToPath(py::handle value);

@@ -65,6 +65,9 @@ def test_save_raises_on_a_failed_status(tmp_path):
     with pytest.raises(tympora.Error) as raised:
         tympora.CClients().save("")
     assert raised.value.number == 2002
+    with pytest.raises(tympora.Error) as raised:  # a file name that is not UTF-8
+        tympora.load(bytes(tmp_path) + b"/\xff.xml")
+    assert raised.value.number == 53 and raised.value.description.endswith("/\ufffd.xml")
 
 
 def test_import_and_export_release_the_gil(tmp_path):
