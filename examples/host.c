@@ -39,13 +39,16 @@ int main(int argc, char** argv) {
   if (tympora_invoke(clients, "AddClient", TYMPORA_METHOD, &arg, 1, NULL) != 0) fail("AddClient");
   tympora_variant_clear(&arg);
 
-  /* The file number belongs to the host: open, export, close. */
+  /* The exports are members of the node interface. The file number belongs
+   * to the host: open, export, close. */
+  tympora_object* node = NULL;
+  if (tympora_query_interface(clients, "_CNode", &node) != 0) fail("_CNode");
   int16_t number = 0;
   remove(argv[1]);
   if (tympora_file_open(argv[1], TYMPORA_FILE_CREATE_NEW, &number) != 0) fail(argv[1]);
   arg.kind = TYMPORA_INT16;
   arg.value.int16 = number;
-  tympora_variant status = call(clients, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
+  tympora_variant status = call(node, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
   if (tympora_file_close(number) != 0) fail("tympora_file_close");
   /* An absent status object means success, as Number 0 does. */
   int32_t code = TYMPORA_STATUS_OK;
@@ -65,6 +68,7 @@ int main(int argc, char** argv) {
 
   tympora_variant_clear(&arg);
   tympora_variant_clear(&status);
+  tympora_object_release(node);
   tympora_object_release(client);
   tympora_object_release(clients);
   return code == TYMPORA_STATUS_OK ? 0 : 1;

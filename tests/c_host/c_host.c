@@ -292,21 +292,24 @@ static void compare_values(tympora_object* clients) {
 
 /* Exports `clients` through a file number opened here; the status's Number. */
 static int32_t export_to_file_number(tympora_object* clients, const char* path) {
+  tympora_object* node = NULL;
+  check(lib.query_interface(clients, "_CNode", &node) == 0, "the list's _CNode");
   int16_t number = 0;
   check(lib.file_open(path, TYMPORA_FILE_CREATE_NEW, &number) == 0 && number >= 1,
         "tympora_file_open");
   tympora_variant arg = {0};
   arg.kind = TYMPORA_INT16;
   arg.value.int16 = number;
-  tympora_variant status = call(clients, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
+  tympora_variant status = call(node, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
   const int32_t exported = status_number(&status);
   check(lib.file_close(number) == 0, "tympora_file_close");
   check(lib.file_close(number) == TYMPORA_ERR_BAD_FILE_NUMBER &&
             lib.error_number() == TYMPORA_ERR_BAD_FILE_NUMBER,
         "closing a closed number fails with 52");
   arg.value.int16 = 0;
-  status = call(clients, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
+  status = call(node, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
   check(status_number(&status) == TYMPORA_STATUS_BADHANDLE, "file number 0 gives 2003");
+  lib.release(node);
   return exported;
 }
 
