@@ -2,11 +2,23 @@
 # "tympora" (find_package(tympora) gives the target tympora::tympora) and the
 # pkg-config file tympora.pc. pugixml stays a private dependency of the
 # shared library: the public headers never include it, so neither file asks
-# consumers for it.
+# consumers for it. Both files name the licence (MIT).
 include(CMakePackageConfigHelpers)
 
 # The public headers are C++20; hosts that link tympora::tympora get it.
 target_compile_features(tympora INTERFACE cxx_std_20)
+
+# A static library cannot hide pugixml: there both files name it, for the
+# host's link.
+get_target_property(TYMPORA_LIBRARY_TYPE tympora TYPE)
+set(TYMPORA_CONFIG_DEPENDENCIES "")
+set(TYMPORA_PC_PRIVATE "")
+if(TYMPORA_LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
+  set(TYMPORA_CONFIG_DEPENDENCIES "include(CMakeFindDependencyMacro)
+find_dependency(PkgConfig)
+pkg_check_modules(PUGIXML REQUIRED IMPORTED_TARGET pugixml)")
+  set(TYMPORA_PC_PRIVATE "Requires.private: pugixml")
+endif()
 
 set(TYMPORA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tympora)
 install(EXPORT tymporaTargets NAMESPACE tympora:: DESTINATION ${TYMPORA_CMAKE_DIR})

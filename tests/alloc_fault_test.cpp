@@ -12,10 +12,10 @@
 #include <new>
 #include <string>
 
+#include "node/dom_testing.hpp"
 #include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tree.hpp"
-#include "tympora/node/dom_testing.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/records/clients.hpp"
 

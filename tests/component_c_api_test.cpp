@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "tympora/node/dom.hpp"
 #include "tympora/node/object.hpp"
 #include "tympora/tympora.h"
 
@@ -35,11 +36,16 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
     int32_t want;
   };
   tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
+  int16_t number = 9;                                             // must be reset to 0
   const Case cases[] = {
       {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
       {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
        5},
-      {"bad kind", tympora_invoke(curve.p, "ID", 3, nullptr, 0, nullptr), 5},
+      {"bad kind", tympora_invoke(curve.p, "ID", 8, nullptr, 0, nullptr), 5},
+      {"method or get",
+       tympora_invoke(curve.p, "ID", TYMPORA_METHOD_OR_PROPERTYGET, nullptr, 0, nullptr), 0},
+      {"method or get, no put",
+       tympora_invoke(curve.p, "Nope", TYMPORA_METHOD_OR_PROPERTYGET, nullptr, 0, nullptr), 438},
       {"negative count", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, &arg.v, -1, nullptr),
        5},
       {"NULL arguments", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYPUT, nullptr, 1, nullptr),
@@ -58,17 +64,45 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"NULL factory", tympora_factory_create(nullptr, &out), 91},
       {"NULL variant", tympora_variant_set_string(nullptr, "x"), 5},
       {"NULL document out", tympora_create_document(nullptr), 5},
+      {"NULL path", tympora_file_open(nullptr, TYMPORA_FILE_BINARY, &number), 5},
+      {"unknown file mode", tympora_file_open("unused.xml", 7, &number), 5},
+      {"no place for the number", tympora_file_open("unused.xml", TYMPORA_FILE_BINARY, nullptr), 5},
+      {"missing folder",
+       tympora_file_open("/nonexistent-tympora/x.xml", TYMPORA_FILE_BINARY, &number), 76},
+      {"close a number never opened", tympora_file_close(511), 52},
+      {"close number 0", tympora_file_close(0), 52},
+      {"same object: two NULLs", tympora_same_object(nullptr, nullptr), 1},
+      {"same object: NULL and a record", tympora_same_object(curve.p, nullptr), 0},
   };
   for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(number, 0);
   EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
   // The last error stays readable until the next call; a success clears it.
   EXPECT_EQ(tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, nullptr), 438);
   EXPECT_EQ(tympora_error_number(), 438);
   EXPECT_NE(std::string(tympora_error_description()).find("_CCurve.Nope"), std::string::npos);
   EXPECT_STREQ(tympora_error_source(), "Tympora");
+  // A raised status keeps its help file and context.
+  Handle status;
+  ASSERT_EQ(tympora_create_object("Tympora.CStatus", &status.p), 0);
+  Value help;
+  tympora_variant_set_string(&help.v, "records.hlp");
+  ASSERT_EQ(tympora_invoke(status.p, "HelpFile", TYMPORA_PROPERTYPUT, &help.v, 1, nullptr), 0);
+  tympora_variant_clear(&help.v);
+  help.v.kind = TYMPORA_INT32;
+  help.v.value.int32 = 2002;
+  ASSERT_EQ(tympora_invoke(status.p, "SetError", TYMPORA_METHOD, &help.v, 1, nullptr), 0);
+  help.v.value.int32 = 17;
+  ASSERT_EQ(tympora_invoke(status.p, "HelpContext", TYMPORA_PROPERTYPUT, &help.v, 1, nullptr), 0);
+  EXPECT_EQ(tympora_invoke(status.p, "RaiseError", TYMPORA_METHOD, nullptr, 0, nullptr),
+            TYMPORA_STATUS_BADPATH);
+  EXPECT_STREQ(tympora_error_help_file(), "records.hlp");
+  EXPECT_EQ(tympora_error_help_context(), 17);
   EXPECT_EQ(tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 0);
   EXPECT_EQ(tympora_error_number(), 0);
+  EXPECT_STREQ(tympora_error_help_file(), "");
+  EXPECT_EQ(tympora_error_help_context(), 0);
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);
   tympora_object_release(nullptr);
@@ -138,6 +172,18 @@ TEST(CApiTest, EntryPointsAndTheLiveObjectCount) {
   clients.p = nullptr;
   EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);  // the variant still holds the list
   tympora_variant_clear(&held.v);
+  EXPECT_EQ(tympora::Object::LiveCount(), before);
+  {
+    // A C++ host's DOM handles keep the library too: a node keeps its document.
+    tympora::DOMNode node;
+    {
+      tympora::DOMDocument document = tympora::DOMDocument::New();
+      EXPECT_GT(tympora::Object::LiveCount(), before);
+      node = document.createElement("Clients");
+    }
+    EXPECT_GT(tympora::Object::LiveCount(), before);
+    EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);
+  }
   EXPECT_EQ(tympora::Object::LiveCount(), before);
   if (before == 0) {
     EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_OK);

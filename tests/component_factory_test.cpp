@@ -8,6 +8,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "test_util.hpp"
 #include "tympora/component/component.hpp"
@@ -145,6 +146,22 @@ TEST(FactoryTest, EarlierInterfacesAreOnlyThoseOfTheThreeRevisedClasses) {
       QueryInterface(CreateObject("Tympora.CCurveDatum"), "{E68F3AB6-F29A-4375-88B6-4A3163E8C3CC}");
   Invoke(point, "maxOutputVal", InvokeKind::PropertyPut, {Variant(90.5)});
   EXPECT_EQ(Invoke(point, "maxOutputVal", InvokeKind::PropertyGet), Variant(90.5));
+  // Those members close their interfaces, where a host built against the
+  // earlier version never looks; only IsNull, beyond the published members,
+  // follows them.
+  const std::map<std::string_view, std::vector<std::string_view>> later_members = {
+      {"_CCurveDatum", {"maxOutputVal", "maxOutputVal", "minOutputVal", "minOutputVal", "IsNull"}},
+      {"_CTestDefinition", {"TestTypeNumber", "TestTypeNumber", "IsNull"}},
+      {"_CClientAid", {"ManufacturerAddress", "ManufacturerAddress", "IsNull"}},
+  };
+  for (const auto& [name, tail] : later_members) {
+    SCOPED_TRACE(name);
+    const InterfaceInfo* itf = Library().FindInterface(name);
+    ASSERT_NE(itf, nullptr);
+    ASSERT_GT(itf->members.size(), tail.size());
+    const size_t first = itf->members.size() - tail.size();
+    for (size_t i = 0; i < tail.size(); ++i) EXPECT_EQ(itf->members[first + i].name, tail[i]);
+  }
 }
 
 // Names and contents of the files in `folder`.

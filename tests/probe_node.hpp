@@ -48,7 +48,7 @@ class Probe : public CNode {
   StatusPtr ExportXMLNode(DOMDocument& doc, DOMElement& parent) override {
     return ExportNodeToNode(doc, parent, *this);
   }
-  StatusPtr ImportXMLNode(DOMNode&) override { return NewStatus(); }
+  StatusPtr ImportXMLNode(const DOMNode&) override { return NewStatus(); }
   StatusPtr ExportTXT(int16_t) override { return NotImplementedStatus("Function ExportTXT"); }
   StatusPtr ExportPDF(Variant&) override {
     return NotImplementedStatus("Function CNode_ExportPDF");

@@ -63,6 +63,10 @@ void StoreNode(Variant& slot, const DOMNode& node);
 InterfaceInfo BuildStatusInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildNodeInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const RecordInfo& info);
+// Puts the members of a record's default interface into the interface's
+// published order (the later version's members last); members it does not
+// name keep their order at the end.
+void SortIntoInterfaceOrder(InterfaceInfo& itf);
 InterfaceInfo BuildCollectionInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildDocumentInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildDomNodeInterface(const InterfaceIdentity& identity);

@@ -5,10 +5,16 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "component/c_handles.hpp"
+#include "component/thread_state.hpp"
+#include "tympora/node/dom.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/file_layer.hpp"
+#include "tympora/node/status.hpp"
+#include "tympora/version.h"
 
 namespace {
 
@@ -16,25 +22,34 @@ using tympora::Error;
 using tympora::Variant;
 using tympora::VariantKind;
 
-struct ThreadError {
-  int32_t number = 0;
-  std::string description;
-  std::string source;
-};
-thread_local ThreadError thread_error;
+// The numbers of the calling thread's last error; its texts are in the
+// thread's state (empty when that could not be allocated).
+thread_local int32_t error_number = 0;
+thread_local int32_t error_help_context = 0;
 
-int32_t Fail(int32_t number, const char* description, const char* source) noexcept {
+int32_t Fail(int32_t number, const char* description, const char* source,
+             const char* help_file = "", int32_t help_context = 0) noexcept {
   // A raised error must never read as success.
   if (number == 0) number = tympora::kErrInvalidCall;
-  thread_error.number = number;
+  error_number = number;
+  error_help_context = help_context;
+  tympora::component::ThreadState* state = tympora::component::CurrentThreadState();
+  if (!state) return number;
   try {
-    thread_error.description = description;
-    thread_error.source = source;
+    state->description = description;
+    state->source = source;
+    state->help_file = help_file;
   } catch (...) {
-    thread_error.description.clear();
-    thread_error.source.clear();
+    state->description.clear();
+    state->source.clear();
+    state->help_file.clear();
   }
   return number;
+}
+
+const char* ErrorText(std::string tympora::component::ThreadState::*field) noexcept {
+  const tympora::component::ThreadState* state = tympora::component::CurrentThreadState();
+  return state ? (state->*field).c_str() : "";
 }
 
 // Runs `f`, turning whatever it raises into the returned error number.
@@ -42,12 +57,17 @@ template <class F>
 int32_t Guard(F&& f) noexcept {
   try {
     f();
-    thread_error.number = 0;
-    thread_error.description.clear();
-    thread_error.source.clear();
+    error_number = 0;
+    error_help_context = 0;
+    if (tympora::component::ThreadState* state = tympora::component::CurrentThreadState()) {
+      state->description.clear();
+      state->source.clear();
+      state->help_file.clear();
+    }
     return 0;
   } catch (const Error& e) {
-    return Fail(e.Number(), e.Description().c_str(), e.Source().c_str());
+    return Fail(e.Number(), e.Description().c_str(), e.Source().c_str(), e.HelpFile().c_str(),
+                e.HelpContext());
   } catch (const std::bad_alloc&) {
     return Fail(tympora::kErrOutOfMemory, tympora::PlatformErrorText(tympora::kErrOutOfMemory),
                 tympora::kLibrarySource);
@@ -138,7 +158,22 @@ void ToC(const Variant& x, tympora_variant* out) {
 }
 
 bool ValidKind(int32_t kind) {
-  return kind == TYMPORA_METHOD || kind == TYMPORA_PROPERTYGET || kind == TYMPORA_PROPERTYPUT;
+  return kind == TYMPORA_METHOD || kind == TYMPORA_PROPERTYGET ||
+         kind == TYMPORA_METHOD_OR_PROPERTYGET || kind == TYMPORA_PROPERTYPUT;
+}
+
+tympora::FileOpenMode OpenMode(int32_t mode) {
+  switch (mode) {
+    case TYMPORA_FILE_BINARY:
+      return tympora::FileOpenMode::Binary;
+    case TYMPORA_FILE_CREATE_NEW:
+      return tympora::FileOpenMode::CreateNew;
+    case TYMPORA_FILE_APPEND:
+      return tympora::FileOpenMode::Append;
+    default:
+      tympora::RaisePlatformError(tympora::kErrInvalidCall,
+                                  "unknown file mode " + std::to_string(mode));
+  }
 }
 
 }  // namespace
@@ -209,6 +244,12 @@ const char* tympora_interface_name(const tympora_object* object) {
 
 void tympora_object_release(tympora_object* object) { delete object; }
 
+int32_t tympora_same_object(const tympora_object* a, const tympora_object* b) {
+  const tympora::Object* x = a ? a->dispatch.Target().get() : nullptr;
+  const tympora::Object* y = b ? b->dispatch.Target().get() : nullptr;
+  return x == y ? 1 : 0;
+}
+
 int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t kind,
                        tympora_variant* args, int32_t count, tympora_variant* result) {
   tympora_variant_clear(result);
@@ -232,9 +273,34 @@ int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t
   });
 }
 
-int32_t tympora_error_number(void) { return thread_error.number; }
-const char* tympora_error_description(void) { return thread_error.description.c_str(); }
-const char* tympora_error_source(void) { return thread_error.source.c_str(); }
+int32_t tympora_error_number(void) { return error_number; }
+const char* tympora_error_description(void) {
+  return ErrorText(&tympora::component::ThreadState::description);
+}
+const char* tympora_error_source(void) {
+  return ErrorText(&tympora::component::ThreadState::source);
+}
+const char* tympora_error_help_file(void) {
+  return ErrorText(&tympora::component::ThreadState::help_file);
+}
+int32_t tympora_error_help_context(void) { return error_help_context; }
+
+int32_t tympora_file_open(const char* path, int32_t mode, int16_t* number) {
+  if (number) *number = 0;
+  return Guard([&] {
+    Require(path != nullptr && number != nullptr, "no path or no place for the file number");
+    const tympora::FileOpenMode how = OpenMode(mode);
+    const int16_t free_number = tympora::FreeFile();
+    tympora::OpenFile(free_number, path, how);
+    *number = free_number;
+  });
+}
+
+int32_t tympora_file_close(int16_t number) {
+  return Guard([&] { tympora::FileClose(number); });
+}
+
+const char* tympora_version(void) { return TYMPORA_VERSION_STRING; }
 
 char* tympora_describe(void) {
   try {
@@ -258,3 +324,80 @@ int32_t tympora_factory_create(const tympora_factory* factory, tympora_object** 
 void tympora_factory_release(tympora_factory* factory) { delete factory; }
 
 }  // extern "C"
+
+// The C header spells out numbers and pointer types that the C++ side
+// defines; these checks keep the two from drifting apart.
+namespace {
+
+#define TYMPORA_SAME_NUMBER(c_name, cpp_value) \
+  static_assert((c_name) == static_cast<int32_t>(cpp_value), #c_name)
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_OK, tympora::STATUS_OK);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_BASE_USER_ERROR, tympora::STATUS_BASE_USER_ERROR);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_UNIMPLEMENTED, tympora::STATUS_UNIMPLEMENTED);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_BADPATH, tympora::STATUS_BADPATH);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_BADHANDLE, tympora::STATUS_BADHANDLE);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_UNINIT_OBJECT, tympora::STATUS_UNINIT_OBJECT);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_UNINIT_OBJECT_1, tympora::STATUS_UNINIT_OBJECT_1);
+TYMPORA_SAME_NUMBER(TYMPORA_STATUS_UNINIT_OBJECT_2, tympora::STATUS_UNINIT_OBJECT_2);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_INVALID_CALL, tympora::kErrInvalidCall);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_OVERFLOW, tympora::kErrOverflow);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_OUT_OF_MEMORY, tympora::kErrOutOfMemory);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_TYPE_MISMATCH, tympora::kErrTypeMismatch);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_INTERNAL, tympora::kErrInternal);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_BAD_FILE_NUMBER, tympora::kErrBadFileNumber);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_FILE_NOT_FOUND, tympora::kErrFileNotFound);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_FILE_ALREADY_OPEN, tympora::kErrFileAlreadyOpen);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DEVICE_IO, tympora::kErrDeviceIO);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_FILE_EXISTS, tympora::kErrFileExists);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DISK_FULL, tympora::kErrDiskFull);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_TOO_MANY_FILES, tympora::kErrTooManyFiles);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_PERMISSION_DENIED, tympora::kErrPermissionDenied);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_PATH_FILE_ACCESS, tympora::kErrPathFileAccess);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_PATH_NOT_FOUND, tympora::kErrPathNotFound);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_OBJECT_NOT_SET, tympora::kErrObjectNotSet);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_INVALID_USE_OF_NULL, tympora::kErrInvalidUseOfNull);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_CANNOT_CREATE, tympora::kErrCannotCreate);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_NO_INTERFACE, tympora::kErrNoInterface);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_NOT_SUPPORTED, tympora::kErrNotSupported);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_ARGUMENT_COUNT, tympora::kErrArgumentCount);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DUPLICATE_KEY, tympora::kErrDuplicateKey);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_SECOND_ROOT, tympora::kDomErrSecondRoot);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_INVALID_CHAR, tympora::kDomErrInvalidChar);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_PARSE, tympora::kDomErrParse);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_HIERARCHY, tympora::kDomErrHierarchy);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_INVALID_NAME, tympora::kDomErrInvalidName);
+TYMPORA_SAME_NUMBER(TYMPORA_ERR_DOM_WRONG_DOCUMENT, tympora::kDomErrWrongDocument);
+TYMPORA_SAME_NUMBER(TYMPORA_METHOD_OR_PROPERTYGET, tympora::InvokeKind::MethodOrPropertyGet);
+#undef TYMPORA_SAME_NUMBER
+
+#define TYMPORA_SAME_TYPE(name) static_assert(std::is_same_v<decltype(&name), name##_fn>, #name)
+TYMPORA_SAME_TYPE(tympora_variant_init);
+TYMPORA_SAME_TYPE(tympora_variant_clear);
+TYMPORA_SAME_TYPE(tympora_variant_set_string);
+TYMPORA_SAME_TYPE(tympora_variant_set_object);
+TYMPORA_SAME_TYPE(tympora_create_object);
+TYMPORA_SAME_TYPE(tympora_create_document);
+TYMPORA_SAME_TYPE(tympora_query_interface);
+TYMPORA_SAME_TYPE(tympora_interface_name);
+TYMPORA_SAME_TYPE(tympora_object_release);
+TYMPORA_SAME_TYPE(tympora_same_object);
+TYMPORA_SAME_TYPE(tympora_invoke);
+TYMPORA_SAME_TYPE(tympora_error_number);
+TYMPORA_SAME_TYPE(tympora_error_description);
+TYMPORA_SAME_TYPE(tympora_error_source);
+TYMPORA_SAME_TYPE(tympora_error_help_file);
+TYMPORA_SAME_TYPE(tympora_error_help_context);
+TYMPORA_SAME_TYPE(tympora_file_open);
+TYMPORA_SAME_TYPE(tympora_file_close);
+TYMPORA_SAME_TYPE(tympora_version);
+TYMPORA_SAME_TYPE(tympora_describe);
+TYMPORA_SAME_TYPE(tympora_free);
+TYMPORA_SAME_TYPE(tympora_factory_create);
+TYMPORA_SAME_TYPE(tympora_factory_release);
+TYMPORA_SAME_TYPE(DllRegisterServer);
+TYMPORA_SAME_TYPE(DllUnregisterServer);
+TYMPORA_SAME_TYPE(DllGetClassObject);
+TYMPORA_SAME_TYPE(DllCanUnloadNow);
+#undef TYMPORA_SAME_TYPE
+
+}  // namespace

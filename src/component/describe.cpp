@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tympora/component/dispatch.hpp"
+#include "tympora/node/record.hpp"
 #include "tympora/node/status.hpp"
 
 namespace tympora {
@@ -30,6 +31,7 @@ const char* KindWord(InvokeKind kind) {
     case InvokeKind::PropertyPut:
       return "put";
     case InvokeKind::Method:
+    case InvokeKind::MethodOrPropertyGet:
       return "method";
   }
   return "method";
@@ -67,6 +69,21 @@ void DescribeMember(std::string& out, const MemberInfo& m) {
   out += '\n';
 }
 
+// The names that PropertyByName accepts on a record of class `cls`: its
+// element names, then the extra names, then "ID" where it reads the ID.
+void DescribePropertyNames(std::string& out, const ClassInfo& cls) {
+  if (!cls.create) return;
+  const ObjectPtr object = cls.create();
+  const auto* record = dynamic_cast<const RecordBase*>(object.get());
+  if (!record) return;
+  const RecordInfo& info = record->Info();
+  out += "  PropertyByName names:";
+  for (const PropertyDef& p : info.properties) (out += ' ') += p.element;
+  for (const RecordInfo::Alias& a : info.aliases) (out += ' ') += a.name;
+  if (info.id_by_name) out += " ID";
+  out += '\n';
+}
+
 void DescribeClass(std::string& out, const ClassInfo& cls) {
   out += "class " + std::string(cls.identity->name);
   if (!cls.identity->clsid.empty()) out += " " + std::string(cls.identity->clsid);
@@ -78,6 +95,7 @@ void DescribeClass(std::string& out, const ClassInfo& cls) {
     out += cls.interfaces[i]->Name();
     out += '\n';
   }
+  DescribePropertyNames(out, cls);
   out += '\n';
 }
 

@@ -5,12 +5,11 @@
 #include <string>
 
 #include "component/builder.hpp"
+#include "component/thread_state.hpp"
 #include "tympora/node/conversions.hpp"
 
 namespace tympora {
 namespace {
-
-thread_local std::optional<Error> last_error;
 
 // `value` converted to the parameter's type; a failed conversion keeps its
 // own number and names the argument.
@@ -51,6 +50,8 @@ const char* KindName(InvokeKind kind) {
       return "property put ";
     case InvokeKind::Method:
       return "method ";
+    case InvokeKind::MethodOrPropertyGet:
+      return "method or property get ";
   }
   return "";
 }
@@ -83,10 +84,13 @@ Variant Call(const Dispatch& target, std::string_view member, InvokeKind kind,
 
 namespace component {
 
-void RememberError(const Error& error) { last_error = error; }
+void RememberError(const Error& error) {
+  if (ThreadState* state = CurrentThreadState()) state->raised = error;
+}
 
 void ThrowLastError() {
-  if (last_error) throw *last_error;
+  const ThreadState* state = CurrentThreadState();
+  if (state && state->raised) throw *state->raised;
   throw Error(0, {}, {});
 }
 

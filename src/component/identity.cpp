@@ -5,6 +5,8 @@
 #include <array>
 #include <cctype>
 
+#include "tympora/version.h"
+
 namespace tympora {
 namespace {
 
@@ -125,5 +127,7 @@ const InterfaceIdentity* FindInterfaceIdentity(std::string_view name_or_id) noex
 std::string ProgId(const ClassIdentity& cls) {
   return std::string(kComponentName) + "." + std::string(cls.name);
 }
+
+std::string_view Version() noexcept { return TYMPORA_VERSION_STRING; }
 
 }  // namespace tympora

@@ -213,6 +213,13 @@ InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const Reco
                   [&info](Object& self, auto&) { return Variant(RecordOf(self, info).ID()); }));
   for (const PropertyDef& p : info.properties) AddProperty(m, info, p);
   for (const ChildListDef& list : info.children) AddChildList(m, info, list);
+  SortIntoInterfaceOrder(itf);
+  // After the published members: whether a property, named by its element
+  // name as PropertyByName names it, is Null.
+  m.push_back(Method("IsNull", {In("sPropertyName", kString)}, Type(TypeKind::Boolean),
+                     [&info](Object& self, std::vector<Variant>& a) {
+                       return Variant(RecordOf(self, info).IsNull(a[0].AsString()));
+                     }));
   return itf;
 }
 

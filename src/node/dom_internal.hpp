@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "tympora/node/dom.hpp"
+#include "tympora/node/object.hpp"
 
 namespace tympora::detail {
 
@@ -116,7 +117,9 @@ class ChildCursors {
 // the document stores such a tree as "embedded" (see DocImpl).
 enum class ParseMode { kKeepBlankText, kDropBlankText, kEmbedText };
 
-struct DocImpl {
+// Counted as a live object: the library is not unloaded while a host holds
+// a document or any node of one.
+struct DocImpl : Object {
   DocImpl();
 
   // The current tree. Earlier trees that handles may still refer to (a load

@@ -2,7 +2,7 @@
 // memory from two global functions; the hook's versions ask the test before
 // each allocation and otherwise do what pugixml's defaults do (malloc and
 // free), so blocks allocated before or after a hook was set are freed alike.
-#include "tympora/node/dom_testing.hpp"
+#include "node/dom_testing.hpp"
 
 #include <pugixml.hpp>
 

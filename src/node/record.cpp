@@ -228,7 +228,7 @@ StatusPtr RecordBase::ExportXMLNode(DOMDocument& Document, DOMElement& ParentNod
   return ExportNodeToNode(Document, ParentNode, *this);
 }
 
-StatusPtr RecordBase::ImportXMLNode(DOMNode& ThisNode) {
+StatusPtr RecordBase::ImportXMLNode(const DOMNode& ThisNode) {
   return RunFrameA([&](StatusPtr&) {
     CheckThisNode(ThisNode);
     ImportContent(detail::ElementView::Of(ThisNode));

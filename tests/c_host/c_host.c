@@ -1,9 +1,10 @@
 /* A host written in C that knows Tympora only through its C interface: it
  * loads the library at run time, gets the class factory of the client list,
  * builds a small tree by name (client list, client, aid, test session,
- * examination, curve, curve point), exports it to a file by name, imports
- * the file into a new list by name, compares the two, releases everything
- * and checks that the library may be unloaded.
+ * examination, curve, curve point), exports it to a file by name and to a
+ * file number that it opened, imports both files into new lists by name,
+ * compares them, releases everything, checks that the library may be
+ * unloaded, unloads it and checks that it is gone.
  *
  * Usage: c_host <path of libtympora.so>. Exit status 0 when every step held. */
 #define _POSIX_C_SOURCE 200809L
@@ -15,23 +16,28 @@
 #include <unistd.h>
 
 #include "tympora/tympora.h"
+#include "tympora/version.h"
 
 /* The library's functions, looked up by name. */
 static struct {
-  int (*get_class_object)(const char*, const char*, void**);
-  int (*can_unload_now)(void);
-  int32_t (*factory_create)(const tympora_factory*, tympora_object**);
-  void (*factory_release)(tympora_factory*);
-  int32_t (*create_object)(const char*, tympora_object**);
-  int32_t (*create_document)(tympora_object**);
-  int32_t (*query_interface)(const tympora_object*, const char*, tympora_object**);
-  void (*release)(tympora_object*);
-  int32_t (*invoke)(const tympora_object*, const char*, int32_t, tympora_variant*, int32_t,
-                    tympora_variant*);
-  void (*clear)(tympora_variant*);
-  int32_t (*set_string)(tympora_variant*, const char*);
-  int32_t (*set_object)(tympora_variant*, const tympora_object*);
-  const char* (*error_description)(void);
+  DllGetClassObject_fn get_class_object;
+  DllCanUnloadNow_fn can_unload_now;
+  tympora_factory_create_fn factory_create;
+  tympora_factory_release_fn factory_release;
+  tympora_create_object_fn create_object;
+  tympora_create_document_fn create_document;
+  tympora_query_interface_fn query_interface;
+  tympora_object_release_fn release;
+  tympora_same_object_fn same_object;
+  tympora_invoke_fn invoke;
+  tympora_variant_clear_fn clear;
+  tympora_variant_set_string_fn set_string;
+  tympora_variant_set_object_fn set_object;
+  tympora_error_number_fn error_number;
+  tympora_error_description_fn error_description;
+  tympora_file_open_fn file_open;
+  tympora_file_close_fn file_close;
+  tympora_version_fn version;
 } lib;
 
 static int failures = 0;
@@ -74,7 +80,12 @@ static void load(void* handle) {
   LOAD(clear, "tympora_variant_clear");
   LOAD(set_string, "tympora_variant_set_string");
   LOAD(set_object, "tympora_variant_set_object");
+  LOAD(error_number, "tympora_error_number");
   LOAD(error_description, "tympora_error_description");
+  LOAD(same_object, "tympora_same_object");
+  LOAD(file_open, "tympora_file_open");
+  LOAD(file_close, "tympora_file_close");
+  LOAD(version, "tympora_version");
 }
 
 static tympora_object* create(const char* name) {
@@ -118,7 +129,7 @@ static void add_child(tympora_object* parent, const char* member, tympora_object
 static int32_t status_number(tympora_variant* status) {
   int32_t number = -1;
   if (status->kind == TYMPORA_OBJECT && status->value.object) {
-    tympora_variant n = call(status->value.object, "Number", TYMPORA_PROPERTYGET, NULL);
+    tympora_variant n = call(status->value.object, "Number", TYMPORA_METHOD_OR_PROPERTYGET, NULL);
     number = n.value.int32;
   }
   lib.clear(status);
@@ -184,6 +195,16 @@ static char* element_xml(tympora_object* record) {
   return text;
 }
 
+/* Whether the property of element name `element` of `record` is Null, asked
+ * by name. */
+static int is_null(tympora_object* record, const char* element) {
+  tympora_variant name = {0};
+  lib.set_string(&name, element);
+  tympora_variant r = call(record, "IsNull", TYMPORA_METHOD, &name);
+  lib.clear(&name);
+  return r.kind == TYMPORA_BOOL && r.value.boolean;
+}
+
 /* Builds client list -> client -> aid -> session -> examination -> curve ->
  * point, every record made by name and filled by name. */
 static tympora_object* build_tree(tympora_factory* factory) {
@@ -209,6 +230,7 @@ static tympora_object* build_tree(tympora_factory* factory) {
   put_number(point, "ID", 3);
   put_number(point, "InputVal", 65.25);
   put_number(point, "Frequency", 1000);
+  check(!is_null(point, "Input") && is_null(point, "Output"), "IsNull by element name");
 
   add_child(curve, "AddCurveDatum", point);
   add_child(exam, "AddCurve", curve);
@@ -268,6 +290,29 @@ static void compare_values(tympora_object* clients) {
   for (size_t i = 0; i < sizeof all / sizeof all[0]; ++i) lib.release(all[i]);
 }
 
+/* Exports `clients` through a file number opened here; the status's Number. */
+static int32_t export_to_file_number(tympora_object* clients, const char* path) {
+  tympora_object* node = NULL;
+  check(lib.query_interface(clients, "_CNode", &node) == 0, "the list's _CNode");
+  int16_t number = 0;
+  check(lib.file_open(path, TYMPORA_FILE_CREATE_NEW, &number) == 0 && number >= 1,
+        "tympora_file_open");
+  tympora_variant arg = {0};
+  arg.kind = TYMPORA_INT16;
+  arg.value.int16 = number;
+  tympora_variant status = call(node, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
+  const int32_t exported = status_number(&status);
+  check(lib.file_close(number) == 0, "tympora_file_close");
+  check(lib.file_close(number) == TYMPORA_ERR_BAD_FILE_NUMBER &&
+            lib.error_number() == TYMPORA_ERR_BAD_FILE_NUMBER,
+        "closing a closed number fails with 52");
+  arg.value.int16 = 0;
+  status = call(node, "ExportXMLFileHandle", TYMPORA_METHOD, &arg);
+  check(status_number(&status) == TYMPORA_STATUS_BADHANDLE, "file number 0 gives 2003");
+  lib.release(node);
+  return exported;
+}
+
 int main(int argc, char** argv) {
   if (argc < 2) {
     fprintf(stderr, "usage: %s <libtympora.so>\n", argv[0]);
@@ -279,6 +324,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   load(handle);
+  check(strcmp(lib.version(), TYMPORA_VERSION_STRING) == 0, "tympora_version");
 
   void* factory = NULL;
   check(lib.get_class_object("Tympora.CClients", "IClassFactory", &factory) == TYMPORA_S_OK,
@@ -291,39 +337,57 @@ int main(int argc, char** argv) {
   check(mkdtemp(folder) != NULL, "mkdtemp");
   char path[sizeof folder + 16];
   snprintf(path, sizeof path, "%s/clients.xml", folder);
+  char numbered_path[sizeof folder + 16];
+  snprintf(numbered_path, sizeof numbered_path, "%s/numbered.xml", folder);
 
   tympora_object* clients = build_tree((tympora_factory*)factory);
   tympora_object* node = NULL;
   check(lib.query_interface(clients, "_CNode", &node) == 0, "the list's _CNode");
+  check(lib.same_object(clients, node) == 1, "a record and its _CNode are the same object");
   tympora_variant arg = {0};
   lib.set_string(&arg, path);
-  tympora_variant status = call(node, "ExportXMLPath", TYMPORA_METHOD, &arg);
+  tympora_variant status = call(node, "ExportXMLPath", TYMPORA_METHOD_OR_PROPERTYGET, &arg);
   lib.clear(&arg);
   const int32_t exported = status_number(&status);
   check(exported == 0, "ExportXMLPath returns Number 0");
   printf("ExportXMLPath by name: status %d\n", (int)exported);
   lib.release(node);
 
+  const int32_t numbered = export_to_file_number(clients, numbered_path);
+  check(numbered == 0, "ExportXMLFileHandle returns Number 0");
+  printf("ExportXMLFileHandle through tympora_file_open: status %d\n", (int)numbered);
+
   tympora_object* copy = import_file(path);
+  tympora_object* numbered_copy = import_file(numbered_path);
   printf("ImportXMLNode by name into a new list: done\n");
+  check(lib.same_object(clients, copy) == 0, "two lists are not the same object");
   compare_values(copy);
   char* a = element_xml(clients);
   char* b = element_xml(copy);
+  char* c = element_xml(numbered_copy);
   check(strlen(a) > 0 && strcmp(a, b) == 0, "the two lists export the same element");
+  check(strcmp(a, c) == 0, "the list read from the numbered file exports the same element");
   printf("exported element of the original and the copy: %s (%zu bytes)\n",
          strcmp(a, b) == 0 ? "equal" : "different", strlen(a));
   free(a);
   free(b);
+  free(c);
 
+  lib.release(numbered_copy);
   lib.release(copy);
   lib.release(clients);
   lib.factory_release((tympora_factory*)factory);
   unlink(path);
+  unlink(numbered_path);
   rmdir(folder);
   const int unload = lib.can_unload_now();
   check(unload == TYMPORA_S_OK, "DllCanUnloadNow after releasing everything");
   printf("DllCanUnloadNow: %s\n", unload == TYMPORA_S_OK ? "S_OK" : "S_FALSE");
-  dlclose(handle);
+  check(dlclose(handle) == 0, "dlclose");
+  void* again = dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD);
+  check(again == NULL, "the library is unmapped after dlclose");
+  printf("after dlclose: %s\n", again ? "still mapped" : "unloaded");
+  if (again) dlclose(again);
   printf("%s\n", failures == 0 ? "c_host: all checks passed" : "c_host: FAILED");
   return failures == 0 ? 0 : 1;
 }

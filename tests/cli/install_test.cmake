@@ -5,7 +5,10 @@
 # for pugixml) and that the README shows the example exactly as it is.
 #
 # cmake -DBUILD_DIR=<build> -DSOURCE_DIR=<repo> -DWORK_DIR=<scratch> -DCXX=<compiler>
-#       -DVERSION=<x.y.z> [-DSANITIZE=<sanitizers>] -P install_test.cmake
+#       -DVERSION=<x.y.z> [-DSANITIZE=<sanitizers>] [-DSTATIC=ON] -P install_test.cmake
+#
+# STATIC: the build made the static library (BUILD_SHARED_LIBS OFF); the
+# checks of the soname and of package files without pugixml do not apply.
 
 foreach(var BUILD_DIR SOURCE_DIR WORK_DIR CXX VERSION)
   if(NOT ${var})
@@ -28,6 +31,14 @@ file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 
+if(STATIC)
+  file(GLOB library ${prefix}/lib*/libtympora.a ${prefix}/lib/*/libtympora.a)
+  list(LENGTH library found)
+  if(NOT found EQUAL 1)
+    message(FATAL_ERROR "libtympora.a is not installed once: '${library}'")
+  endif()
+  get_filename_component(libdir ${library} DIRECTORY)
+else()
 # The library with its soname and links, the headers, the tool.
 file(GLOB library ${prefix}/lib*/libtympora.so.${VERSION} ${prefix}/lib/*/libtympora.so.${VERSION})
 list(LENGTH library found)
@@ -46,7 +57,9 @@ string(REPLACE "." "\\." soname_pattern "libtympora.so.${soversion}")
 if(NOT RUN_OUTPUT MATCHES "\\(SONAME\\)[^\n]*\\[${soname_pattern}\\]")
   message(FATAL_ERROR "the soname is not libtympora.so.${soversion}:\n${RUN_OUTPUT}")
 endif()
-if(NOT EXISTS ${prefix}/include/tympora/records/clients.hpp)
+endif()
+if(NOT EXISTS ${prefix}/include/tympora/records/clients.hpp
+   OR NOT EXISTS ${prefix}/include/tympora/version.h)
   message(FATAL_ERROR "the headers are not installed")
 endif()
 run(${prefix}/bin/tympora --version)
@@ -54,8 +67,17 @@ if(NOT RUN_OUTPUT STREQUAL "tympora ${VERSION}\n")
   message(FATAL_ERROR "the installed tool says '${RUN_OUTPUT}'")
 endif()
 
-# Consumers never need pugixml: not in the headers, not in the package files.
-file(GLOB_RECURSE installed_text ${prefix}/include/* ${libdir}/cmake/* ${libdir}/pkgconfig/*)
+# Testing hooks are not installed.
+if(EXISTS ${prefix}/include/tympora/node/dom_testing.hpp)
+  message(FATAL_ERROR "a testing-only header is installed")
+endif()
+
+# Consumers of the shared library never need pugixml: not in the headers, not
+# in the package files.
+set(installed_text "")
+if(NOT STATIC)
+  file(GLOB_RECURSE installed_text ${prefix}/include/* ${libdir}/cmake/* ${libdir}/pkgconfig/*)
+endif()
 foreach(f ${installed_text})
   file(READ ${f} text)
   string(TOLOWER "${text}" text)
@@ -70,6 +92,11 @@ file(READ ${SOURCE_DIR}/README.md readme)
 string(FIND "${readme}" "```cpp\n${host_source}```" at)
 if(at EQUAL -1)
   message(FATAL_ERROR "README.md does not show examples/host.cpp as it is")
+endif()
+file(READ ${SOURCE_DIR}/examples/host.c host_c_source)
+string(FIND "${readme}" "```c\n${host_c_source}```" at)
+if(at EQUAL -1)
+  message(FATAL_ERROR "README.md does not show examples/host.c as it is")
 endif()
 
 # A host built with CMake against the package.
@@ -87,7 +114,11 @@ endif()
 
 # The same host built with pkg-config's flags.
 set(ENV{PKG_CONFIG_PATH} ${libdir}/pkgconfig)
-run(pkg-config --cflags --libs tympora)
+set(pc_static "")
+if(STATIC)
+  set(pc_static --static)
+endif()
+run(pkg-config ${pc_static} --cflags --libs tympora)
 separate_arguments(pc_flags UNIX_COMMAND "${RUN_OUTPUT}")
 run(${CXX} -std=c++20 ${flags} ${SOURCE_DIR}/examples/host.cpp ${pc_flags} -Wl,-rpath,${libdir}
     -o ${WORK_DIR}/host_pc)

@@ -20,6 +20,8 @@
 // and any error that the member itself raises, unchanged.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -32,8 +34,15 @@
 
 namespace tympora {
 
-// How a member is called.
-enum class InvokeKind : int32_t { Method = 1, PropertyGet = 2, PropertyPut = 4 };
+// How a member is called. MethodOrPropertyGet, what hosts of late-bound
+// calls pass when they do not know which of the two a member is, reaches
+// either.
+enum class InvokeKind : int32_t {
+  Method = 1,
+  PropertyGet = 2,
+  MethodOrPropertyGet = 3,
+  PropertyPut = 4
+};
 
 // The type of a parameter or a result.
 enum class TypeKind : int32_t {
@@ -48,7 +57,7 @@ enum class TypeKind : int32_t {
   Object
 };
 
-struct TypeRef {
+struct TYMPORA_API TypeRef {
   TypeKind kind = TypeKind::Void;
   // For Object: the class or interface of the object ("CStatus", "DOMDocument",
   // "CCurveDatum", "Collection", "CNode"); for an Int32 that carries an
@@ -57,9 +66,9 @@ struct TypeRef {
 };
 
 // The name a description shows for `type`: "Int32", "String", "CStatus" ...
-std::string TypeName(const TypeRef& type);
+TYMPORA_API std::string TypeName(const TypeRef& type);
 
-struct ParamInfo {
+struct TYMPORA_API ParamInfo {
   std::string_view name;  // with its type prefix: lValue, sFilePath, iFileHandle ...
   TypeRef type;
   bool by_ref = false;    // the member may replace the argument; Invoke writes it back
@@ -69,7 +78,7 @@ struct ParamInfo {
 // One member of an interface. A property put takes the new value as its last
 // argument, after any index arguments (PropertyByName put: sPropertyName,
 // vValue).
-struct MemberInfo {
+struct TYMPORA_API MemberInfo {
   // Runs the member on `self` with arguments already converted to the
   // parameters' types; may replace by-reference arguments in `args`.
   using Handler = std::function<Variant(Object& self, std::vector<Variant>& args)>;
@@ -84,7 +93,7 @@ struct MemberInfo {
   size_t RequiredCount() const noexcept;
 };
 
-struct InterfaceInfo {
+struct TYMPORA_API InterfaceInfo {
   const InterfaceIdentity* identity = nullptr;
   std::vector<MemberInfo> members;
 
@@ -95,14 +104,14 @@ struct InterfaceInfo {
   const MemberInfo* Find(std::string_view name, InvokeKind kind) const noexcept;
 };
 
-struct ClassInfo {
+struct TYMPORA_API ClassInfo {
   const ClassIdentity* identity = nullptr;
   std::vector<const InterfaceInfo*> interfaces;  // the default interface first
   ObjectPtr (*create)() = nullptr;               // set for creatable classes only
 };
 
 // Every class and interface of the component, built once on first use.
-class TypeLibrary {
+class TYMPORA_API TypeLibrary {
  public:
   // Builds every interface from the identity table and the records' tables.
   // Use Library() rather than constructing another one.
@@ -130,7 +139,7 @@ class TypeLibrary {
 };
 
 // The component's type library. Thread-safe; built on first call.
-const TypeLibrary& Library();
+TYMPORA_API const TypeLibrary& Library();
 
 // The interface description: the component, every class with its identifier
 // and interfaces, every interface with its identifiers and members, each
@@ -140,12 +149,12 @@ const TypeLibrary& Library();
 //   put ID(lValue As Int32)
 //   method ExportXMLDocument(ref Document As DOMDocument) As CStatus
 //   method SetError(eErrCode As StatusNum, optional sSource As String)
-std::string DescribeInterfaces();
+TYMPORA_API std::string DescribeInterfaces();
 
 // A reference to an object through one of its interfaces. Default-constructed
 // it is absent. Obtained only from QueryInterface, so the interface always
 // belongs to the object.
-class Dispatch {
+class TYMPORA_API Dispatch {
  public:
   // The absent handle: Invoke on it raises 91.
   Dispatch() = default;
@@ -169,17 +178,17 @@ class Dispatch {
 // The interface `name_or_id` (name, identifier or earlier identifier; empty
 // for the default interface) of `object`. Raises 91 for an absent object and
 // 430 when the object does not offer that interface.
-Dispatch QueryInterface(const ObjectPtr& object, std::string_view name_or_id = {});
+TYMPORA_API Dispatch QueryInterface(const ObjectPtr& object, std::string_view name_or_id = {});
 
 // Calls `member` of kind `kind` on the handle's object through its interface.
 // `args` are converted to the parameters' types; by-reference arguments are
 // replaced by what the member left in them (ExportXMLDocument's Document).
 // Returns the result (Empty for a member without one; an absent object as an
 // Object Variant holding nullptr). Raises the errors listed at the top.
-Variant Invoke(const Dispatch& target, std::string_view member, InvokeKind kind,
-               std::vector<Variant>& args);
+TYMPORA_API Variant Invoke(const Dispatch& target, std::string_view member, InvokeKind kind,
+                           std::vector<Variant>& args);
 // The same with arguments whose changes the caller does not need.
-Variant Invoke(const Dispatch& target, std::string_view member, InvokeKind kind,
-               std::vector<Variant>&& args = {});
+TYMPORA_API Variant Invoke(const Dispatch& target, std::string_view member, InvokeKind kind,
+                           std::vector<Variant>&& args = {});
 
 }  // namespace tympora

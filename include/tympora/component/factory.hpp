@@ -3,6 +3,8 @@
 // hand to the XML members.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <memory>
 #include <string_view>
 
@@ -15,7 +17,7 @@ namespace tympora {
 
 // The factory of one creatable class. A factory is an object of the library:
 // while one is alive the library reports that it cannot be unloaded.
-class ClassFactory final : public Object {
+class TYMPORA_API ClassFactory final : public Object {
  public:
   // The factory of `cls`, which must outlive it (the identity table does).
   // A factory of a class that is not creatable raises 429 on CreateInstance.
@@ -33,16 +35,16 @@ class ClassFactory final : public Object {
 
 // The factory of the creatable class `name_or_id` ("Tympora.CClients" or its
 // identifier). Raises 429 for an unknown or non-creatable class (CNode).
-std::shared_ptr<ClassFactory> GetClassFactory(std::string_view name_or_id);
+TYMPORA_API std::shared_ptr<ClassFactory> GetClassFactory(std::string_view name_or_id);
 
 // A new object of the creatable class `name_or_id`; the caller owns it.
 // Raises 429 for an unknown or non-creatable class, with the name in the
 // description.
-ObjectPtr CreateObject(std::string_view name_or_id);
+TYMPORA_API ObjectPtr CreateObject(std::string_view name_or_id);
 
 // A DOM document wrapped as an object, so that it can travel in a Variant and
 // be called by dispatch (interface DOMDocument).
-class DocumentObject final : public Object {
+class TYMPORA_API DocumentObject final : public Object {
  public:
   // Wraps `document` (shared, not copied); an absent document is allowed.
   explicit DocumentObject(DOMDocument document) : document_(std::move(document)) {}
@@ -55,7 +57,7 @@ class DocumentObject final : public Object {
 
 // A DOM node wrapped as an object (interface DOMNode); it keeps its document
 // alive.
-class NodeObject final : public Object {
+class TYMPORA_API NodeObject final : public Object {
  public:
   // Wraps `node` (shared, not copied); an absent node is allowed.
   explicit NodeObject(DOMNode node) : node_(std::move(node)) {}
@@ -68,14 +70,14 @@ class NodeObject final : public Object {
 
 // A new, empty document wrapped for dispatch: load it with "load" (a file)
 // or "loadXML" (a text), then pass "documentElement" to ImportXMLNode.
-std::shared_ptr<DocumentObject> CreateDocument();
+TYMPORA_API std::shared_ptr<DocumentObject> CreateDocument();
 
 // The document a Variant argument stands for: Empty, Null or an absent object
 // give the absent document. Raises 13 for anything but a DocumentObject.
-DOMDocument DocumentArgument(const Variant& value);
+TYMPORA_API DOMDocument DocumentArgument(const Variant& value);
 // The node a Variant argument stands for: Empty, Null or an absent object
 // give the absent node; a DocumentObject gives its document node. Raises 13
 // for anything else.
-DOMNode NodeArgument(const Variant& value);
+TYMPORA_API DOMNode NodeArgument(const Variant& value);
 
 }  // namespace tympora

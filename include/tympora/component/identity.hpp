@@ -8,6 +8,8 @@
 // letter case. Class and interface names are compared exactly.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -23,6 +25,10 @@ inline constexpr std::string_view kDescriptionVersion = "1.3";
 inline constexpr std::string_view kFileVersion = "0.7.0.0";
 inline constexpr std::string_view kVersionText = "0.07";
 
+// The version of the loaded library ("0.7.0"), the same as TYMPORA_VERSION_STRING
+// of tympora/version.h when headers and library match. A static text.
+TYMPORA_API std::string_view Version() noexcept;
+
 // Error numbers of creation and interface queries.
 inline constexpr int32_t kErrCannotCreate = 429;  // no creatable class of that name or id
 inline constexpr int32_t kErrNoInterface = 430;   // the object lacks the interface asked for
@@ -30,7 +36,7 @@ inline constexpr int32_t kErrNoInterface = 430;   // the object lacks the interf
 // One interface: its name ("_CClient"), its identifier, and the identifier of
 // its earlier version (empty when it has none), which the current interface
 // answers to as well.
-struct InterfaceIdentity {
+struct TYMPORA_API InterfaceIdentity {
   std::string_view name;
   std::string_view iid;
   std::string_view earlier_iid;
@@ -46,7 +52,7 @@ enum class ClassRole {
 // One class: its name ("CClients"), identifier (empty for a helper class),
 // role, the name of its default interface, and whether it also offers the
 // node interface _CNode.
-struct ClassIdentity {
+struct TYMPORA_API ClassIdentity {
   std::string_view name;
   std::string_view clsid;
   ClassRole role;
@@ -55,27 +61,27 @@ struct ClassIdentity {
 };
 
 // The identifier of the library itself and of the StatusNum enumeration.
-std::string_view LibraryId() noexcept;
-std::string_view StatusNumId() noexcept;
+TYMPORA_API std::string_view LibraryId() noexcept;
+TYMPORA_API std::string_view StatusNumId() noexcept;
 
 // Every class, creatable ones first, in a fixed order.
-std::span<const ClassIdentity> ClassIdentities() noexcept;
+TYMPORA_API std::span<const ClassIdentity> ClassIdentities() noexcept;
 // Every interface, in a fixed order.
-std::span<const InterfaceIdentity> InterfaceIdentities() noexcept;
+TYMPORA_API std::span<const InterfaceIdentity> InterfaceIdentities() noexcept;
 
 // True when `a` and `b` name the same identifier: letter case and
 // surrounding braces do not matter. False when either is not a UUID text.
-bool SameId(std::string_view a, std::string_view b) noexcept;
+TYMPORA_API bool SameId(std::string_view a, std::string_view b) noexcept;
 
 // The class whose name with the component prefix ("Tympora.CClients"), or
 // whose identifier, is `name_or_id`; nullptr when there is none. Helper
 // classes are found by their bare name ("Collection").
-const ClassIdentity* FindClassIdentity(std::string_view name_or_id) noexcept;
+TYMPORA_API const ClassIdentity* FindClassIdentity(std::string_view name_or_id) noexcept;
 // The interface named `name_or_id` or having it as its current or earlier
 // identifier; nullptr when there is none.
-const InterfaceIdentity* FindInterfaceIdentity(std::string_view name_or_id) noexcept;
+TYMPORA_API const InterfaceIdentity* FindInterfaceIdentity(std::string_view name_or_id) noexcept;
 
 // "Tympora.CClients" for the class CClients.
-std::string ProgId(const ClassIdentity& cls);
+TYMPORA_API std::string ProgId(const ClassIdentity& cls);
 
 }  // namespace tympora

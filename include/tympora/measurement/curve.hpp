@@ -4,6 +4,8 @@
 // all its points as the element "Curve".
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -21,7 +23,7 @@ namespace tympora {
 // Every value setter stores its value unchanged and clears the property's
 // null flag; every getter returns the stored value and ignores the flag (a
 // Null value reads 0, 0.0 or the empty text). No setter checks a range.
-class CCurve final : public RecordBase {
+class TYMPORA_API CCurve final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "Curve";
 

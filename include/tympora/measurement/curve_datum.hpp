@@ -3,6 +3,8 @@
 // value. A leaf record, written as the element "CurveDatum".
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -11,7 +13,7 @@
 
 namespace tympora {
 
-class CCurveDatum final : public RecordBase {
+class TYMPORA_API CCurveDatum final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "CurveDatum";
 

@@ -3,6 +3,8 @@
 // record, written as the element "DistortionDatum".
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <string_view>
 
@@ -12,7 +14,7 @@
 
 namespace tympora {
 
-class CDistortionDatum final : public RecordBase {
+class TYMPORA_API CDistortionDatum final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "DistortionDatum";
 

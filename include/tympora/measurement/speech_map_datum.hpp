@@ -4,6 +4,8 @@
 // "SpeechMapDatum".
 #pragma once
 
+#include "tympora/export.h"
+
 #include <string_view>
 
 #include "tympora/node/nullable.hpp"
@@ -11,7 +13,7 @@
 
 namespace tympora {
 
-class CSpeechMapDatum final : public RecordBase {
+class TYMPORA_API CSpeechMapDatum final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "SpeechMapDatum";
 

@@ -6,6 +6,8 @@
 // are O(1); a list of records holds references to the very objects added.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +28,7 @@ class CNode;
 
 // The part of a record list that does not depend on the element type: what
 // ResetCollection and late-bound dispatch use.
-class NodeCollection : public Object {
+class TYMPORA_API NodeCollection : public Object {
  public:
   // Number of elements.
   virtual int32_t Count() const noexcept = 0;

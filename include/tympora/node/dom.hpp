@@ -16,6 +16,8 @@
 // per step.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -37,7 +39,7 @@ enum DomError : int32_t {
 };
 
 // The description of a DomError number; the empty text for other numbers.
-const char* DomErrorText(int32_t number) noexcept;
+TYMPORA_API const char* DomErrorText(int32_t number) noexcept;
 
 inline constexpr const char* kDomSource = "DOMDocument";
 
@@ -61,7 +63,7 @@ class DOMNamedNodeMap;
 
 // A node of a document: element, attribute, text, CDATA, comment, processing
 // instruction or the document node itself.
-class DOMNode {
+class TYMPORA_API DOMNode {
  public:
   DOMNode() = default;
 
@@ -126,7 +128,7 @@ class DOMNode {
 using DOMElement = DOMNode;
 
 // The child nodes of a node. length() counts them; item(i) from 0.
-class DOMNodeList {
+class TYMPORA_API DOMNodeList {
  public:
   DOMNodeList() = default;
   // Number of child nodes. Raises 91 on the absent list.
@@ -141,7 +143,7 @@ class DOMNodeList {
 };
 
 // The attributes of an element.
-class DOMNamedNodeMap {
+class TYMPORA_API DOMNamedNodeMap {
  public:
   DOMNamedNodeMap() = default;
   // True for the list of an element; false for the absent list of other nodes.
@@ -164,7 +166,7 @@ class DOMNamedNodeMap {
 // Positions count in the document's text as UTF-8; for a byte sequence that
 // the document's encoding does not allow, filepos is its offset in the bytes
 // read.
-struct DOMParseError {
+struct TYMPORA_API DOMParseError {
   int32_t errorCode = 0;  // 0 after a successful parse
   std::string reason;     // the parser's description
   int64_t line = 0;       // 1-based line of the failure
@@ -173,7 +175,7 @@ struct DOMParseError {
 };
 
 // A document. DOMDocument::New() makes one; a default-constructed handle is absent.
-class DOMDocument {
+class TYMPORA_API DOMDocument {
  public:
   DOMDocument() = default;
   // A new, empty document with the default settings: async true,

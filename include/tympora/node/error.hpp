@@ -5,6 +5,8 @@
 // and report it; every other member lets it reach the caller.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -38,13 +40,13 @@ enum PlatformError : int32_t {
 
 // The conventional description of a platform error number; the empty text
 // for a number that is not in the table above.
-const char* PlatformErrorText(int32_t number) noexcept;
+TYMPORA_API const char* PlatformErrorText(int32_t number) noexcept;
 
 // The source that platform errors raised by the library carry.
 inline constexpr const char* kLibrarySource = "Tympora";
 
 // A raised error: the five values of a status. what() returns Description.
-class Error : public std::exception {
+class TYMPORA_API Error : public std::exception {
  public:
   Error(int32_t number, std::string description, std::string source, std::string help_file = {},
         int32_t help_context = 0);
@@ -66,7 +68,7 @@ class Error : public std::exception {
 
 // Throws the platform error `number` with its conventional description.
 // `detail`, when given, is appended to the description after ": ".
-[[noreturn]] void RaisePlatformError(int32_t number, const std::string& detail = {},
-                                     const std::string& source = kLibrarySource);
+[[noreturn]] TYMPORA_API void RaisePlatformError(int32_t number, const std::string& detail = {},
+                                                 const std::string& source = kLibrarySource);
 
 }  // namespace tympora

@@ -8,6 +8,8 @@
 // path not found. Every call is safe from several threads at once.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -30,7 +32,7 @@ enum class FileOpenMode {
 
 // The lowest number from 1 to 255 under which no file is open. Raises 67
 // "Too many files" when all are in use.
-int16_t FreeFile();
+TYMPORA_API int16_t FreeFile();
 
 // Opens `path` for binary output under `number` (1 to 511), holding an
 // exclusive write lock so that other writers are kept out; readers are not.
@@ -38,27 +40,28 @@ int16_t FreeFile();
 // file is already open for writing in this process, 70 when another process
 // holds the lock or access is denied, 76 when a folder is missing, 75 for a
 // path that is no file.
-void OpenFile(int16_t number, const std::string& path, FileOpenMode mode = FileOpenMode::Binary);
+TYMPORA_API void OpenFile(int16_t number, const std::string& path,
+                          FileOpenMode mode = FileOpenMode::Binary);
 
 // The length in bytes of the file open under `number`. Raises 52 when no
 // file is open under it.
-int64_t FileLength(int16_t number);
+TYMPORA_API int64_t FileLength(int16_t number);
 
 // Writes `bytes` at the current position of the file `number`, all of them,
 // and advances the position. Raises 52 when no file is open under it, 61
 // when the device is full, 57 for other write failures.
-void FileWrite(int16_t number, std::string_view bytes);
+TYMPORA_API void FileWrite(int16_t number, std::string_view bytes);
 
 // Closes the file open under `number` and frees the number. Raises 52 when no
 // file is open under it.
-void FileClose(int16_t number);
+TYMPORA_API void FileClose(int16_t number);
 
 // Closes every file opened through this table.
-void FileCloseAll() noexcept;
+TYMPORA_API void FileCloseAll() noexcept;
 
 // Deletes the file `path` (a link itself, not its target). Raises 53 when
 // there is none, 70 without access or while another process holds the file's
 // write lock, 55 while the file is open in this table.
-void FileDelete(const std::string& path);
+TYMPORA_API void FileDelete(const std::string& path);
 
 }  // namespace tympora

@@ -10,6 +10,8 @@
 // error is raised again with the same five values.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <utility>
 
 #include "tympora/node/status.hpp"
@@ -17,7 +19,7 @@
 namespace tympora {
 
 // A cleanup that does nothing.
-struct NoCleanup {
+struct TYMPORA_API NoCleanup {
   void operator()() const noexcept {}
 };
 
@@ -64,6 +66,6 @@ void RunFrameB(Steps&& steps, Cleanup&& cleanup = {}) {
 
 // The status of an export that is not provided: 2001 "Not implemented." with
 // `source`, raised and caught again in frame A.
-StatusPtr NotImplementedStatus(const char* source) noexcept;
+TYMPORA_API StatusPtr NotImplementedStatus(const char* source) noexcept;
 
 }  // namespace tympora

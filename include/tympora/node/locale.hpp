@@ -7,13 +7,15 @@
 // while other threads convert.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <memory>
 #include <string>
 
 namespace tympora {
 
 // The forms of one locale, as the conversions use them.
-struct LocaleSettings {
+struct TYMPORA_API LocaleSettings {
   std::string name;    // the locale's name as given ("" for the environment's)
   char date_order[3];  // 'd', 'm', 'y' in the order of the short date
   std::string date_separator;
@@ -27,15 +29,15 @@ struct LocaleSettings {
 
 // The settings in force. The returned object stays valid for the life of the
 // process.
-const LocaleSettings& CurrentLocale();
+TYMPORA_API const LocaleSettings& CurrentLocale();
 
 // Switches to the locale `name` ("C", "en_US.UTF-8", "de_DE.UTF-8" ...; the
 // empty name re-reads the environment). Raises 5 when glibc does not know the
 // locale; the settings in force are then unchanged.
-void SetLocale(const std::string& name);
+TYMPORA_API void SetLocale(const std::string& name);
 
 // Reads the settings of the locale `name` without switching. Raises 5 when
 // glibc does not know the locale.
-LocaleSettings ReadLocale(const std::string& name);
+TYMPORA_API LocaleSettings ReadLocale(const std::string& name);
 
 }  // namespace tympora

@@ -3,6 +3,8 @@
 // class.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,7 +19,7 @@ namespace tympora {
 // The fifteen members of the node interface, in interface order. Members that
 // return a status never throw: every failure is in the status, and an absent
 // (null) status counts as success wherever the library receives one.
-class CNode : public Object {
+class TYMPORA_API CNode : public Object {
  public:
   ~CNode() override = default;
 
@@ -53,7 +55,7 @@ class CNode : public Object {
   virtual StatusPtr ExportXMLNode(DOMDocument& Document, DOMElement& ParentNode) = 0;
   // Reads the record from an element without resetting it first. 2005 for
   // an absent node; the first failing child ends the walk with its status.
-  virtual StatusPtr ImportXMLNode(DOMNode& ThisNode) = 0;
+  virtual StatusPtr ImportXMLNode(const DOMNode& ThisNode) = 0;
   // Not provided: each returns a status 2001 "Not implemented.".
   virtual StatusPtr ExportTXT(int16_t iFileHandle) = 0;
   virtual StatusPtr ExportPDF(Variant& oParam1) = 0;
@@ -71,7 +73,7 @@ using NodePtr = std::shared_ptr<CNode>;
 // The standalone CNode class: every member does nothing. NodeName is empty,
 // ID reads 0, PropertyByName reads Empty, CreateXMLElement leaves ThisNode
 // unchanged, and the eight status members return an absent (null) status.
-class StandaloneNode : public CNode {
+class TYMPORA_API StandaloneNode : public CNode {
  public:
   std::string NodeName() const override { return {}; }
   void ID(int32_t) override {}
@@ -83,7 +85,7 @@ class StandaloneNode : public CNode {
   StatusPtr ExportXMLFileHandle(int16_t) override { return nullptr; }
   StatusPtr ExportXMLDocument(DOMDocument&) override { return nullptr; }
   StatusPtr ExportXMLNode(DOMDocument&, DOMElement&) override { return nullptr; }
-  StatusPtr ImportXMLNode(DOMNode&) override { return nullptr; }
+  StatusPtr ImportXMLNode(const DOMNode&) override { return nullptr; }
   StatusPtr ExportTXT(int16_t) override { return nullptr; }
   StatusPtr ExportPDF(Variant&) override { return nullptr; }
   StatusPtr ExportPostScript(int16_t) override { return nullptr; }

@@ -3,6 +3,8 @@
 // and the building and reading of property elements.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -26,7 +28,7 @@ inline constexpr std::string_view kCrLf = "\r\n";
 // processing instruction xml "version='1.0'" and the comment
 // "document created " followed by the current local date and time.
 // DOM failures are raised.
-void NewXMLDocument(DOMDocument& Document);
+TYMPORA_API void NewXMLDocument(DOMDocument& Document);
 
 // The export frames. Each runs under frame A, calls the record only through
 // CNode and never throws; an absent status from the record counts as success.
@@ -36,28 +38,28 @@ void NewXMLDocument(DOMDocument& Document);
 // followed) under the lowest free file number and exports through
 // ExportXMLFileHandle; the file layer's error when it cannot be created.
 // After a failing export the file stays, empty, and is closed.
-StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node);
+TYMPORA_API StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node);
 // Writes `Node` as a document to the open file `iFileHandle` at its current
 // position, in one write, after one more parse without whitespace-only text
 // nodes: 2003 outside 1 to 511, the file layer's 52 for a number not open.
-StatusPtr ExportNodeToFileHandle(int16_t iFileHandle, CNode& Node);
+TYMPORA_API StatusPtr ExportNodeToFileHandle(int16_t iFileHandle, CNode& Node);
 // Creates `Document` when absent (NewXMLDocument) and appends the record's
 // element to it; the DOM's 1001 when the document already has a root.
-StatusPtr ExportNodeToDocument(DOMDocument& Document, CNode& Node);
+TYMPORA_API StatusPtr ExportNodeToDocument(DOMDocument& Document, CNode& Node);
 // Appends CR LF, the record's element and CR LF under `ParentNode`: 2005
 // "Supplied Document Parameter" for an absent document, 2006 "Supplied Parent
 // Node Parameter" for an absent parent.
-StatusPtr ExportNodeToNode(DOMDocument& Document, DOMElement& ParentNode, CNode& Node);
+TYMPORA_API StatusPtr ExportNodeToNode(DOMDocument& Document, DOMElement& ParentNode, CNode& Node);
 
 // Raises 2005 with the source "Supplied This Node Parameter" when `ThisNode`
 // is absent; does nothing otherwise.
-void CheckThisNode(const DOMNode& ThisNode);
+TYMPORA_API void CheckThisNode(const DOMNode& ThisNode);
 
 // Exports each record of `Collection` (may be null) under `ParentNode` in
 // list order through ExportXMLNode, under frame B: the first failing record
 // stops the walk and its status is raised; earlier records stay appended.
-void ExportCollectionNodes(DOMDocument& Document, DOMElement& ParentNode,
-                           const NodeCollection* Collection);
+TYMPORA_API void ExportCollectionNodes(DOMDocument& Document, DOMElement& ParentNode,
+                                       const NodeCollection* Collection);
 
 // Resets every record of `Collection` (may be null) through CNode::Reset,
 // first to last, removing each, then makes `Collection` a new empty list.
@@ -76,29 +78,30 @@ void ResetCollection(CollectionPtr<T>& Collection) {
 // Element := a new element `sName`: with null="true" and no content when
 // `bIsNull`; else holding a string untrimmed, or TrimText(ValueToText(value))
 // for any other value. Not attached. Failures are raised.
-void CreatePropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
-                           const Variant& vValue, DOMElement& Element);
+TYMPORA_API void CreatePropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                                       const Variant& vValue, DOMElement& Element);
 
 // Appends `ChildNode` to the document itself when `ParentNode` is absent, or
 // else CR LF and then `ChildNode` under `ParentNode`. ChildNode becomes absent.
-void AppendChildNode(DOMDocument& Document, DOMElement& ParentNode, DOMElement& ChildNode);
+TYMPORA_API void AppendChildNode(DOMDocument& Document, DOMElement& ParentNode,
+                                 DOMElement& ChildNode);
 
 // CreatePropertyElement then AppendChildNode, under frame B.
-void AppendPropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
-                           const Variant& vValue, DOMElement& ParentNode);
+TYMPORA_API void AppendPropertyElement(DOMDocument& Document, std::string_view sName, bool bIsNull,
+                                       const Variant& vValue, DOMElement& ParentNode);
 
 // True exactly when `ThisNode` has an attribute "null" whose value is the
 // text "true" (letter case counts). Raises 91 for an absent node or one
 // without an attribute list (a text node).
-bool IsNullNode(const DOMNode& ThisNode);
+TYMPORA_API bool IsNullNode(const DOMNode& ThisNode);
 
 // Reads the "id" attribute into `lID` when it is present and numeric, as
 // ToInt32(TextToNumber(text)); leaves `lID` otherwise. Raises 6 beyond the
 // 32-bit range.
-void ReadNodeID(const DOMNode& ThisNode, int32_t& lID);
+TYMPORA_API void ReadNodeID(const DOMNode& ThisNode, int32_t& lID);
 
 // The identity: the DOM escapes and unescapes markup itself.
-std::string EncodeXMLText(std::string_view text);
-std::string DecodeXMLText(std::string_view text);
+TYMPORA_API std::string EncodeXMLText(std::string_view text);
+TYMPORA_API std::string DecodeXMLText(std::string_view text);
 
 }  // namespace tympora

@@ -2,12 +2,14 @@
 // statuses, lists, DOM handles wrapped for dispatch).
 #pragma once
 
+#include "tympora/export.h"
+
 namespace tympora {
 
 // Every object counts itself while it lives, so that the library can tell
 // whether it may be unloaded (the counter is defined with the component's
 // entry points).
-class Object {
+class TYMPORA_API Object {
  public:
   virtual ~Object();
 

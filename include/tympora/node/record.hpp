@@ -8,6 +8,8 @@
 // import walk, Reset, late-bound dispatch and tree comparison.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -38,7 +40,7 @@ using FieldAccess =
                  Nullable<bool>& (*)(RecordBase&)>;
 
 // One property of a record class.
-struct PropertyDef {
+struct TYMPORA_API PropertyDef {
   std::string_view element;   // the element name, also the PropertyByName name
   std::string_view property;  // the C++ member name (InputVal, CellPhone ...)
   FieldAccess field;
@@ -49,7 +51,7 @@ struct PropertyDef {
 };
 
 // One child list of a container record.
-struct ChildListDef {
+struct TYMPORA_API ChildListDef {
   std::string_view element;       // the children's element name (their NodeName)
   std::string_view property;      // the list's member name (CurveData ...)
   std::string_view add_member;    // AddCurveDatum ...
@@ -68,7 +70,7 @@ struct ChildListDef {
 };
 
 // The table of one record class, with the lookups built from it.
-class RecordInfo {
+class TYMPORA_API RecordInfo {
  public:
   struct Alias {
     std::string_view name;     // an extra name PropertyByName accepts
@@ -118,7 +120,7 @@ void AddChildRecord(CollectionPtr<T>& list, const std::shared_ptr<T>& child) {
 }
 
 // The CNode members of a record, all generic.
-class RecordBase : public CNode {
+class TYMPORA_API RecordBase : public CNode {
  public:
   // The table of the record's class.
   virtual const RecordInfo& Info() const = 0;
@@ -133,7 +135,7 @@ class RecordBase : public CNode {
   StatusPtr ExportXMLFileHandle(int16_t iFileHandle) override;
   StatusPtr ExportXMLDocument(DOMDocument& Document) override;
   StatusPtr ExportXMLNode(DOMDocument& Document, DOMElement& ParentNode) override;
-  StatusPtr ImportXMLNode(DOMNode& ThisNode) override;
+  StatusPtr ImportXMLNode(const DOMNode& ThisNode) override;
   StatusPtr ExportTXT(int16_t iFileHandle) override;
   StatusPtr ExportPDF(Variant& oParam1) override;
   StatusPtr ExportPostScript(int16_t iFileHandle) override;
@@ -160,7 +162,7 @@ class RecordBase : public CNode {
  private:
   // Reads the ID and every child element of `node` into this record, child
   // records included; raises what fails.
-  void ImportContent(const detail::ElementView& node);
+  TYMPORA_LOCAL void ImportContent(const detail::ElementView& node);
 
   int32_t id_ = 0;
 };

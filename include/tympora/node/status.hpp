@@ -6,6 +6,8 @@
 // number comes from the platform layer (see error.hpp) or the DOM (dom.hpp).
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -28,12 +30,12 @@ enum StatusNum : int32_t {
 
 // The fixed description of a StatusNum, or nullptr for a number without one
 // (2000 and every number outside the table).
-const char* StatusNumText(int32_t code) noexcept;
+TYMPORA_API const char* StatusNumText(int32_t code) noexcept;
 
 class CStatus;
 using StatusPtr = std::shared_ptr<CStatus>;
 
-class CStatus : public Object {
+class TYMPORA_API CStatus : public Object {
  public:
   // A new status: Number 0, HelpContext 0, three empty texts.
   CStatus() = default;

@@ -5,6 +5,8 @@
 // reports them.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,7 +19,7 @@ namespace tympora {
 // A point in time as a day count from 30 December 1899. For days before
 // that, the integral part counts back and the fraction is still the time of
 // day: -1.25 is 29 December 1899, 06:00.
-struct Date {
+struct TYMPORA_API Date {
   double value = 0.0;
 
   constexpr Date() = default;
@@ -39,7 +41,7 @@ enum class VariantKind : int32_t {
 };
 
 // Marker of the Null value.
-struct NullValue {
+struct TYMPORA_API NullValue {
   friend constexpr bool operator==(NullValue, NullValue) { return true; }
 };
 inline constexpr NullValue kNull{};
@@ -47,7 +49,7 @@ inline constexpr NullValue kNull{};
 using ObjectPtr = std::shared_ptr<Object>;
 
 // A tagged value. Default-constructed it is Empty.
-class Variant {
+class TYMPORA_API Variant {
  public:
   Variant() = default;
   Variant(NullValue) : v_(NullValue{}) {}

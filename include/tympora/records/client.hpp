@@ -4,6 +4,8 @@
 // "ClientOrPatient"; every value is stored as handed over, unchecked.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -18,7 +20,7 @@
 
 namespace tympora {
 
-class CClient final : public RecordBase {
+class TYMPORA_API CClient final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "ClientOrPatient";
 

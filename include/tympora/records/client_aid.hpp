@@ -6,6 +6,8 @@
 // PropertyByName accepts.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,7 +22,7 @@
 
 namespace tympora {
 
-class CClientAid final : public RecordBase {
+class TYMPORA_API CClientAid final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "ClientAid";
 

@@ -4,6 +4,8 @@
 // property is reachable by name.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <memory>
 #include <string_view>
 
@@ -14,7 +16,7 @@
 
 namespace tympora {
 
-class CClients final : public RecordBase {
+class TYMPORA_API CClients final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "Clients";
 

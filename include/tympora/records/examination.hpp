@@ -6,6 +6,8 @@
 // the element "Examination", its curves following the property elements.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,7 +22,7 @@
 
 namespace tympora {
 
-class CExamination final : public RecordBase {
+class TYMPORA_API CExamination final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "Examination";
 

@@ -5,6 +5,8 @@
 // element "TestSession", its examinations following the property elements.
 #pragma once
 
+#include "tympora/export.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,7 +21,7 @@
 
 namespace tympora {
 
-class CTestDefinition final : public RecordBase {
+class TYMPORA_API CTestDefinition final : public RecordBase {
  public:
   static constexpr std::string_view kNodeName = "TestSession";
 

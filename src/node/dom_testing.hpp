@@ -1,4 +1,4 @@
-// Testing only: fault injection for the memory of the XML DOM. Tests use it
+// Testing only (not installed): fault injection for the memory of the XML DOM. Tests use it
 // to prove that an export or import that runs out of memory in the DOM
 // reports error 7 and leaks nothing. Not for use in a host.
 #pragma once
