@@ -16,7 +16,7 @@ namespace {
 
 using namespace tympora;
 
-constexpr detail::KeySeed kGuessedSeed{0x0123456789abcdefull, 0xfedcba9876543210ull};
+constexpr key_index::KeySeed kGuessedSeed{0x0123456789abcdefull, 0xfedcba9876543210ull};
 
 std::string CurveText(const std::vector<int32_t>& ids) {
   std::string text = "<Curve id=\"1\">";

@@ -137,7 +137,7 @@ void RandomEditsMatchAPlainList(const std::vector<int32_t>& ids) {
 }
 
 TEST(CollectionTest, RandomEditsMatchAPlainList) {
-  const detail::KeySeed known{0x0123456789abcdefull, 0xfedcba9876543210ull};
+  const key_index::KeySeed known{0x0123456789abcdefull, 0xfedcba9876543210ull};
   // Every key's home is one of the first 4 slots of any table of 16 to 1,024.
   const std::vector<int32_t> colliding = testing::CollidingIds(known, 300, 10, 4);
   // The first of them as an independent SipHash-1-3 finds them.
@@ -157,10 +157,11 @@ TEST(CollectionTest, RandomEditsMatchAPlainList) {
   }
   // Under the seed that lists really take, the same keys spread over the
   // table: about 300 * 4 / 1024 of them in those first slots, not 300.
-  const detail::KeySeed real = detail::NewListSeed();
+  const key_index::KeySeed real = key_index::NewListSeed();
   EXPECT_FALSE(real.k0 == known.k0 && real.k1 == known.k1);
   size_t clustered = 0;
-  for (int32_t id : colliding) clustered += (detail::KeyHash(real, std::to_string(id)) & 1023) < 4;
+  for (int32_t id : colliding)
+    clustered += (key_index::KeyHash(real, std::to_string(id)) & 1023) < 4;
   EXPECT_LT(clustered, 30u);
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tympora/node/key_hash.hpp"
+#include "node/key_hash_testing.hpp"
 
 namespace tympora::testing {
 
@@ -16,13 +16,13 @@ namespace tympora::testing {
 // 2^`table_bits` slots, and so of every smaller index of at least `window`
 // slots: linear probing then walks one run that holds every key. Costs about
 // count * 2^table_bits / window hashes.
-inline std::vector<int32_t> CollidingIds(const detail::KeySeed& seed, size_t count, int table_bits,
-                                         uint64_t window) {
+inline std::vector<int32_t> CollidingIds(const key_index::KeySeed& seed, size_t count,
+                                         int table_bits, uint64_t window) {
   const uint64_t mask = (uint64_t{1} << table_bits) - 1;
   std::vector<int32_t> ids;
   ids.reserve(count);
   for (int32_t id = 1; ids.size() < count && id < INT32_MAX; ++id) {
-    if ((detail::KeyHash(seed, std::to_string(id)) & mask) < window) ids.push_back(id);
+    if ((key_index::KeyHash(seed, std::to_string(id)) & mask) < window) ids.push_back(id);
   }
   return ids;
 }

@@ -1,6 +1,6 @@
 // The process's seed for the child lists' key index, and the test hook that
 // replaces it.
-#include "tympora/node/key_hash.hpp"
+#include "node/key_hash_testing.hpp"
 
 #include <sys/random.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 #include <chrono>
 
 namespace tympora {
-namespace detail {
+namespace key_index {
 namespace {
 
 // A 64-bit finaliser, to spread the fallback's weak sources over every bit.
@@ -57,16 +57,16 @@ KeySeed NewListSeed() noexcept {
   return process_seed;
 }
 
-}  // namespace detail
+}  // namespace key_index
 
 namespace testing_hooks {
 
-void SetListSeed(const detail::KeySeed* seed) noexcept {
+void SetListSeed(const key_index::KeySeed* seed) noexcept {
   if (seed) {
-    detail::g_test_k0.store(seed->k0, std::memory_order_relaxed);
-    detail::g_test_k1.store(seed->k1, std::memory_order_relaxed);
+    key_index::g_test_k0.store(seed->k0, std::memory_order_relaxed);
+    key_index::g_test_k1.store(seed->k1, std::memory_order_relaxed);
   }
-  detail::g_test_seed_set.store(seed != nullptr, std::memory_order_release);
+  key_index::g_test_seed_set.store(seed != nullptr, std::memory_order_release);
 }
 
 }  // namespace testing_hooks

@@ -150,7 +150,7 @@ class Collection final : public NodeCollection {
     if (position < 1 || position > Count()) RaisePlatformError(kErrInvalidCall);
   }
 
-  uint64_t Hash(std::string_view key) const noexcept { return detail::KeyHash(seed_, key); }
+  uint64_t Hash(std::string_view key) const noexcept { return key_index::KeyHash(seed_, key); }
 
   size_t Find(const std::string& key, uint64_t hash) const noexcept {
     if (slots_.empty()) return kAbsent;
@@ -197,7 +197,7 @@ class Collection final : public NodeCollection {
   std::deque<Entry> entries_;
   std::vector<Slot> slots_;
   uint64_t first_seq_ = 1;  // the sequence number of the first element
-  detail::KeySeed seed_ = detail::NewListSeed();
+  key_index::KeySeed seed_ = key_index::NewListSeed();
 };
 
 template <class T>

@@ -10,8 +10,10 @@
 #include <cstdint>
 #include <string_view>
 
+#include "tympora/export.h"
+
 namespace tympora {
-namespace detail {
+namespace key_index {
 
 struct KeySeed {
   uint64_t k0 = 0;
@@ -21,7 +23,7 @@ struct KeySeed {
 // The seed a new list takes: the process's random seed, or the one a test
 // installed. Never fails; without a kernel random source the seed is mixed
 // from the clock, the process id and addresses.
-KeySeed NewListSeed() noexcept;
+TYMPORA_API KeySeed NewListSeed() noexcept;
 
 namespace siphash {
 
@@ -65,15 +67,6 @@ inline uint64_t KeyHash(const KeySeed& seed, std::string_view key) noexcept {
   return v0 ^ v1 ^ v2 ^ v3;
 }
 
-}  // namespace detail
+}  // namespace key_index
 
-namespace testing_hooks {
-
-// Testing only: lists made from now on take `seed` instead of the process's
-// random seed (nullptr restores it), so that a test can compute keys that
-// collide. Lists made before keep theirs. Call it while no other thread
-// makes lists.
-void SetListSeed(const detail::KeySeed* seed) noexcept;
-
-}  // namespace testing_hooks
 }  // namespace tympora
