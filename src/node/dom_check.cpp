@@ -236,6 +236,7 @@ class Scanner {
   // The markup that opens with the '<' at `at`.
   bool Markup(size_t at) {
     const std::string_view rest = text_.substr(at);
+    if (rest.size() > 1 && rest[1] != '/' && rest[1] != '!' && rest[1] != '?') return Tag(at);
     if (rest.starts_with("<!--")) {
       const size_t close = Find("-->", at + 4);
       if (close < text_.size() && Find("--", at + 4) != close) {
@@ -249,8 +250,6 @@ class Scanner {
     } else if (rest.starts_with("<!DOCTYPE")) {
       doctype_ = true;
       i_ = DoctypeEnd(at + 9);
-    } else if (rest.size() > 1 && rest[1] != '/' && rest[1] != '!') {
-      return Tag(at);
     }
     return true;
   }
@@ -305,6 +304,10 @@ class Scanner {
   bool Tag(size_t at) {
     size_t j = at + 1;
     while (j < text_.size() && !EndsName(text_[j])) ++j;
+    if (j < text_.size() && text_[j] == '>') {  // most tags: no attribute
+      i_ = j + 1;
+      return true;
+    }
     names_.clear();
     while (j > at + 1) {
       i_ = j;

@@ -215,8 +215,9 @@ bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& 
   const std::string_view encoding = declared.name;
   const std::string_view head = sniffed.ebcdic ? std::string_view(ebcdic_head) : body;
   const auto fail_at_name = [&](const char* why) {
-    return d.Fail(why + std::string(encoding) + "\"", head.substr(0, declared.at),
-                  sniffed.bom + declared.at);
+    std::string message = why + std::string(encoding) + "\"";
+    out.assign(head.substr(0, declared.at));  // outlives the EBCDIC head
+    return d.Fail(std::move(message), out, sniffed.bom + declared.at);
   };
   if (sniffed.bom != 0 && !encoding.empty() && !IsUtf8Name(encoding)) {
     return fail_at_name("The text is marked as UTF-8 but declares \"");

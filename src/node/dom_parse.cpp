@@ -69,6 +69,7 @@ DOMParseError Locate(std::string_view text, Failure failure) {
       std::min(text.size(), static_cast<size_t>(std::max<int64_t>(0, failure.offset)));
   size_t line_start = 0;
   int64_t line = 1;
+  if (end == 0) text = "\n";  // memchr wants a pointer even for no bytes
   for (const char* p = text.data();
        (p = static_cast<const char*>(std::memchr(p, '\n', text.data() + end - p))) != nullptr;) {
     ++line;
