@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "component/c_handles.hpp"
+#include "tympora/component/identity.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/record.hpp"
 
 namespace {
 
@@ -228,6 +230,19 @@ int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t
       if (in[i] == before[i]) continue;
       tympora_variant_clear(&args[i]);
       ToC(in[i], &args[i]);
+    }
+  });
+}
+
+int32_t tympora_save_xml_path(const tympora_object* record, const char* path) {
+  return Guard([&] {
+    RequireObject(record);
+    Require(path != nullptr, "no path");
+    auto* target = dynamic_cast<tympora::RecordBase*>(record->dispatch.Target().get());
+    if (!target) tympora::RaisePlatformError(tympora::kErrNoInterface, "the object is no record");
+    const tympora::StatusPtr status = target->SaveXMLPath(path);
+    if (status && status->Number() != 0) {
+      throw Error(status->Number(), status->Description(), status->Source());
     }
   });
 }

@@ -201,8 +201,11 @@ class DOMDocument {
   // text does not parse; parseError() then says where and why.
   bool loadXML(std::string_view text);
   // The same for the file at `path`. Reads UTF-8, UTF-16 with a byte-order
-  // mark, and files that declare windows-1252 or ISO-8859-1. A file that
-  // cannot be read is a parse error too.
+  // mark, and files that declare windows-1252 or ISO-8859-1. Only a regular
+  // file is read, and no more of it than its size at the open. A file that
+  // cannot be read leaves the document empty, and parseError() gives the
+  // number and a reason naming the path: 53 no such file, 76 no such folder,
+  // 70 no permission, 75 a folder, pipe or device, 7 out of memory.
   bool load(const std::string& path);
   // The result of the last load or loadXML.
   const DOMParseError& parseError() const;
