@@ -144,27 +144,6 @@ pugi::xml_parse_result LoadInto(pugi::xml_document& doc, std::string_view text, 
   return doc.load_buffer(text.data(), text.size(), OptionsFor(mode), pugi::encoding_utf8);
 }
 
-// The platform error number for an errno of opening or reading `path`.
-int32_t ReadErrorNumber(int err, const std::string& path) {
-  switch (err) {
-    case ENOENT:
-      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
-    case ENOTDIR:
-      return kErrPathNotFound;
-    case EACCES:
-    case EPERM:
-      return kErrPermissionDenied;
-    case ENOMEM:
-      return kErrOutOfMemory;
-    case ENAMETOOLONG:
-      return kErrBadFileNumber;
-    case EIO:
-      return kErrDeviceIO;
-    default:
-      return kErrPathFileAccess;
-  }
-}
-
 // Reads the file at `path` into a buffer from pugixml's allocator (so that
 // a document can own it); returns 0, or the platform error number with the
 // reason in `why`. Only a regular file is read, and no more of it than its
@@ -175,7 +154,7 @@ int32_t ReadWholeFile(const std::string& path, char*& data, size_t& size, std::s
   size = 0;
   auto fail = [&](int err) {
     why = std::generic_category().message(err);
-    return ReadErrorNumber(err, path);
+    return ErrnoNumber(err, path);
   };
   struct stat st {};
   if (::stat(path.c_str(), &st) != 0) return fail(errno);

@@ -19,8 +19,10 @@ std::string ErrnoText(int err);
 // Raises 52 for an empty path or one holding a NUL character.
 void CheckPath(const std::string& path);
 
-// Whether the folder that would hold `path` exists.
-bool FolderExists(const std::string& path);
+// The platform error number for the errno `err` of a call on `path`: 53 or
+// 76 for a missing file or folder, 70 without access, 61 for a full disk,
+// 7 out of memory, 52 for a bad name, 67, 57, and 75 for the rest.
+int32_t ErrnoNumber(int err, const std::string& path);
 
 // The number under which this table has the file (device, inode) open, or 0.
 int16_t NumberHolding(dev_t device, ino_t inode);

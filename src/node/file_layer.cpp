@@ -38,7 +38,6 @@ namespace {
 
 using detail::CheckPath;
 using detail::ErrnoText;
-using detail::FolderExists;
 using detail::RaiseForPath;
 
 constexpr int16_t kMaxFreeFileNumber = 255;
@@ -93,6 +92,14 @@ std::shared_ptr<Entry> Lookup(int16_t number) {
   return entry;
 }
 
+// Whether the folder that would hold `path` exists.
+bool FolderExists(const std::string& path) {
+  std::filesystem::path parent = std::filesystem::path(path).parent_path();
+  if (parent.empty()) parent = ".";
+  struct stat st {};
+  return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
 // The number holding (device, inode); the caller holds the table mutex.
 int16_t NumberHoldingLocked(const Table& table, dev_t device, ino_t inode) {
   for (int16_t number = 1; number <= kMaxFileNumber; ++number) {
@@ -143,38 +150,16 @@ int32_t WriterConflict(const std::string& path, std::string& why) {
   return kErrPermissionDenied;
 }
 
-// The error number for a failed open() of `path`.
+// The error number for a failed open() of `path`. O_EXCL reports a
+// symbolic link, a folder, a device, a pipe or a socket as an existing file;
+// none of them is a file we would write, so they get the access error.
 int32_t OpenErrorNumber(int err, const std::string& path, FileOpenMode mode) {
-  switch (err) {
-    case ENOENT:
-      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
-    case ENOTDIR:
-      return kErrPathNotFound;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case ETXTBSY:
-      return kErrPermissionDenied;
-    case EEXIST: {
-      // O_EXCL reports a symbolic link, a folder, a device, a pipe or a
-      // socket as an existing file; none of them is a file we would write,
-      // so they get the access error instead.
-      struct stat st {};
-      if (mode == FileOpenMode::CreateNew && ::lstat(path.c_str(), &st) == 0 &&
-          !S_ISREG(st.st_mode)) {
-        return kErrPathFileAccess;
-      }
-      return kErrFileExists;
-    }
-    case ENAMETOOLONG:
-    case EINVAL:
-      return kErrBadFileNumber;
-    case EMFILE:
-    case ENFILE:
-      return kErrTooManyFiles;
-    default:
-      return kErrPathFileAccess;  // EISDIR, ELOOP, ENXIO, ...
+  if (err != EEXIST) return detail::ErrnoNumber(err, path);
+  struct stat st {};
+  if (mode == FileOpenMode::CreateNew && ::lstat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+    return kErrPathFileAccess;
   }
+  return kErrFileExists;
 }
 
 int OpenDescriptor(const std::string& path, FileOpenMode mode) {
@@ -296,11 +281,33 @@ void CheckPath(const std::string& path) {
   }
 }
 
-bool FolderExists(const std::string& path) {
-  std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  if (parent.empty()) parent = ".";
-  struct stat st {};
-  return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+int32_t ErrnoNumber(int err, const std::string& path) {
+  switch (err) {
+    case ENOENT:
+      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
+    case ENOTDIR:
+      return kErrPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+      return kErrPermissionDenied;
+    case ENOSPC:
+    case EDQUOT:
+      return kErrDiskFull;
+    case ENOMEM:
+      return kErrOutOfMemory;
+    case ENAMETOOLONG:
+    case EINVAL:
+      return kErrBadFileNumber;
+    case EMFILE:
+    case ENFILE:
+      return kErrTooManyFiles;
+    case EIO:
+      return kErrDeviceIO;
+    default:
+      return kErrPathFileAccess;  // EISDIR, ELOOP, ENXIO, EBUSY, ...
+  }
 }
 
 int16_t NumberHolding(dev_t device, ino_t inode) {

@@ -22,33 +22,12 @@ namespace {
 using detail::ErrnoText;
 using detail::RaiseForPath;
 
-// The error number for a failed unlink() or rename() onto `path`.
-int32_t PathErrorNumber(int err) {
-  switch (err) {
-    case ENOENT:
-      return kErrFileNotFound;
-    case ENOTDIR:
-      return kErrPathNotFound;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return kErrPermissionDenied;
-    case ENOSPC:
-    case EDQUOT:
-      return kErrDiskFull;
-    case ENAMETOOLONG:
-      return kErrBadFileNumber;
-    default:
-      return kErrPathFileAccess;  // EISDIR, ELOOP, EBUSY, ...
-  }
-}
-
 // lstat() of `path`: false when nothing is there; raises for other failures.
 bool Look(const std::string& path, struct stat& st) {
   if (::lstat(path.c_str(), &st) == 0) return true;
   const int err = errno;
   if (err == ENOENT) return false;
-  RaiseForPath(PathErrorNumber(err), path, ErrnoText(err));
+  RaiseForPath(detail::ErrnoNumber(err, path), path, ErrnoText(err));
 }
 
 [[noreturn]] void RaiseNotAFile(const std::string& path) {
@@ -90,7 +69,7 @@ bool RenameIfFree(const std::string& from, const std::string& to) {
     err = errno;
   }
   if (err == EEXIST) return false;
-  RaiseForPath(PathErrorNumber(err), to, ErrnoText(err));
+  RaiseForPath(detail::ErrnoNumber(err, to), to, ErrnoText(err));
 }
 
 }  // namespace
@@ -136,16 +115,13 @@ int LockExistingFile(const std::string& path, const struct stat& seen) {
 void FileDelete(const std::string& path) {
   detail::CheckPath(path);
   struct stat st {};
-  if (!Look(path, st)) {
-    RaiseForPath(detail::FolderExists(path) ? kErrFileNotFound : kErrPathNotFound, path,
-                 ErrnoText(ENOENT));
-  }
+  if (!Look(path, st)) RaiseForPath(detail::ErrnoNumber(ENOENT, path), path, ErrnoText(ENOENT));
   if (!S_ISLNK(st.st_mode) && !S_ISREG(st.st_mode)) RaiseNotAFile(path);
   const int fd = S_ISREG(st.st_mode) ? detail::LockExistingFile(path, st) : -1;
   const int result = ::unlink(path.c_str());
   const int err = errno;
   if (fd >= 0) ::close(fd);
-  if (result != 0) RaiseForPath(PathErrorNumber(err), path, ErrnoText(err));
+  if (result != 0) RaiseForPath(detail::ErrnoNumber(err, path), path, ErrnoText(err));
 }
 
 void FileReplace(const std::string& from, const std::string& to) {
@@ -166,7 +142,7 @@ void FileReplace(const std::string& from, const std::string& to) {
     const int result = ::rename(from.c_str(), to.c_str());
     const int err = errno;
     if (fd >= 0) ::close(fd);
-    if (result != 0) RaiseForPath(PathErrorNumber(err), to, ErrnoText(err));
+    if (result != 0) RaiseForPath(detail::ErrnoNumber(err, to), to, ErrnoText(err));
     break;
   }
   FlushFolder(to);
