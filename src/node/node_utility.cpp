@@ -86,6 +86,14 @@ int16_t OpenTemporary(const std::string& path, std::string& temporary) {
   }
 }
 
+// Raises 2002 through `status` for an empty path.
+void RequirePath(CStatus& status, const std::string& path) {
+  if (path.empty()) {
+    status.SetError(STATUS_BADPATH);
+    status.RaiseError();
+  }
+}
+
 // Raises 75 when `path` names something that a saved file must not replace.
 void CheckReplaceable(const std::string& path) {
   struct stat st {};
@@ -132,10 +140,7 @@ StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node) {
   int16_t number = 0;
   return RunFrameA(
       [&](StatusPtr& status) {
-        if (sFilePath.empty()) {
-          status->SetError(STATUS_BADPATH);
-          status->RaiseError();
-        }
+        RequirePath(*status, sFilePath);
         number = OpenReplacing(sFilePath);
         TakeStatus(status, Node.ExportXMLFileHandle(number));
         const int16_t open = number;
@@ -157,10 +162,7 @@ StatusPtr SaveNodeToPath(const std::string& sFilePath, CNode& Node) {
   std::string temporary;
   return RunFrameA(
       [&](StatusPtr& status) {
-        if (sFilePath.empty()) {
-          status->SetError(STATUS_BADPATH);
-          status->RaiseError();
-        }
+        RequirePath(*status, sFilePath);
         CheckReplaceable(sFilePath);
         number = OpenTemporary(sFilePath, temporary);
         TakeStatus(status, Node.ExportXMLFileHandle(number));
