@@ -2,6 +2,7 @@
 // entry points, the live-object count, and use from several threads.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -30,6 +31,8 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
   Value arg, result;
   arg.v.kind = 42;
+  Handle document;
+  ASSERT_EQ(tympora_create_document(&document.p), 0);
   struct Case {
     const char* what;
     int32_t got;
@@ -73,6 +76,11 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"close number 0", tympora_file_close(0), 52},
       {"same object: two NULLs", tympora_same_object(nullptr, nullptr), 1},
       {"same object: NULL and a record", tympora_same_object(curve.p, nullptr), 0},
+      {"save NULL record", tympora_save_xml_path(nullptr, "x.xml"), 91},
+      {"save to NULL path", tympora_save_xml_path(curve.p, nullptr), 5},
+      {"save to empty path", tympora_save_xml_path(curve.p, ""), 2002},
+      {"save to a folder", tympora_save_xml_path(curve.p, "/"), 75},
+      {"save no record", tympora_save_xml_path(document.p, "x.xml"), 430},
   };
   for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(out, nullptr);
@@ -103,6 +111,9 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_EQ(tympora_error_number(), 0);
   EXPECT_STREQ(tympora_error_help_file(), "");
   EXPECT_EQ(tympora_error_help_context(), 0);
+  const std::string saved = ::testing::TempDir() + "c_api_saved.xml";
+  EXPECT_EQ(tympora_save_xml_path(curve.p, saved.c_str()), 0) << tympora_error_description();
+  EXPECT_EQ(std::remove(saved.c_str()), 0);
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);
   tympora_object_release(nullptr);

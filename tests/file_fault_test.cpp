@@ -1,17 +1,30 @@
-// File faults around an export: a symbolic link planted at the path, a
-// device that takes no more bytes, and a second writer of a file that is
-// being written, in this process or in another.
+// File faults around an export and a save: what stands at the path, a
+// symbolic link planted there, a full disk, writers racing for one path or
+// holding a file open, in this process or in another, and a save killed
+// half way.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <random>
 #include <string>
 #include <thread>
 
+#include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tree.hpp"
 #include "tympora/node/error.hpp"
@@ -35,6 +48,213 @@ std::shared_ptr<CClients> SmallClinic() {
 bool IsLink(const std::string& path) {
   struct stat st {};
   return ::lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
+// The names in `dir`, sorted, so that a left-over temporary file shows.
+std::vector<std::string> Names(const std::filesystem::path& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// The two roads that write a record to a path.
+struct Road {
+  const char* name;
+  std::function<StatusPtr(RecordBase&, const std::string&)> write;
+};
+const Road kRoads[] = {
+    {"ExportXMLPath", [](RecordBase& r, const std::string& p) { return r.ExportXMLPath(p); }},
+    {"SaveXMLPath", [](RecordBase& r, const std::string& p) { return r.SaveXMLPath(p); }},
+};
+
+// Makes a listening Unix socket at `path`; the socket file outlives it.
+void MakeSocket(const std::string& path) {
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ::close(fd);
+}
+
+// Only a regular file or a link is ever replaced; anything else at the path
+// is refused and stays as it was, and a save leaves no temporary file.
+TEST(FileFaultTest, WhatStandsAtThePathDecides) {
+  const bool root = ::geteuid() == 0;
+  const struct Row {
+    const char* name;
+    std::function<void(const std::string&)> make;
+    int32_t expected;
+    bool needs_root, binds_root;
+  } rows[] = {
+      {"folder", [](const std::string& p) { std::filesystem::create_directory(p); },
+       kErrPathFileAccess, false, true},
+      {"fifo", [](const std::string& p) { ASSERT_EQ(::mkfifo(p.c_str(), 0600), 0); },
+       kErrPathFileAccess, false, true},
+      {"socket", MakeSocket, kErrPathFileAccess, false, true},
+      {"device",
+       [](const std::string& p) {
+         ASSERT_EQ(::mknod(p.c_str(), S_IFCHR | 0600, makedev(1, 3)), 0);
+       },
+       kErrPathFileAccess, true, true},
+      {"file in a read-only folder",
+       [](const std::string& p) {
+         testing::WriteFile(p, "keep");
+         ::chmod(std::filesystem::path(p).parent_path().c_str(), 0555);
+       },
+       kErrPermissionDenied, false, false},
+      {"missing folder", [](const std::string&) {}, kErrPathNotFound, false, true},
+  };
+  for (const Row& row : rows) {
+    if ((row.needs_root && !root) || (!row.binds_root && root)) continue;
+    for (const Road& road : kRoads) {
+      SCOPED_TRACE(std::string(row.name) + " by " + road.name);
+      TempDir dir;
+      const std::string path =
+          row.expected == kErrPathNotFound ? dir / "missing/out.xml" : dir / "out.xml";
+      row.make(path);
+      struct stat before {
+      }, after{};
+      const bool there = ::lstat(path.c_str(), &before) == 0;
+      const std::vector<std::string> names = Names(dir.path());
+      const StatusPtr status = road.write(*SmallClinic(), path);
+      EXPECT_EQ(status->Number(), row.expected) << status->Description();
+      EXPECT_NE(status->Description().find(path), std::string::npos) << status->Description();
+      if (there) {
+        ASSERT_EQ(::lstat(path.c_str(), &after), 0);
+        EXPECT_EQ(after.st_ino, before.st_ino);
+        EXPECT_EQ(after.st_mode, before.st_mode);
+        EXPECT_EQ(after.st_rdev, before.st_rdev);
+        EXPECT_EQ(after.st_size, before.st_size);
+      }
+      EXPECT_EQ(Names(dir.path()), names);
+      ::chmod(dir.path().c_str(), 0755);
+    }
+  }
+}
+
+// Starts `child` in a forked process with a file table of its own.
+pid_t Spawn(const std::function<int()>& child) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    FileCloseAll();
+    ::_exit(child());
+  }
+  return pid;
+}
+
+// The exit code of the process `pid`, or -1 when it did not exit.
+int Reap(pid_t pid) {
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A disk that fills up half way: the export leaves an empty file, never a
+// partial document; the save leaves the old file byte for byte and no
+// temporary file.
+TEST(FileFaultTest, AFullDiskLeavesNoPartialDocument) {
+  if (::geteuid() != 0) GTEST_SKIP() << "mounting a small tmpfs needs root";
+  TempDir dir;
+  if (::mount("tmpfs", dir.path().c_str(), "tmpfs", 0, "size=256k") != 0) {
+    GTEST_SKIP() << "cannot mount a tmpfs: " << std::strerror(errno);
+  }
+  struct Unmount {
+    std::string at;
+    ~Unmount() { ::umount2(at.c_str(), MNT_DETACH); }
+  } unmount{dir.path().string()};
+  const std::string path = dir / "clinic.xml";
+  ASSERT_EQ(SmallClinic()->SaveXMLPath(path)->Number(), 0);
+  const std::string old = ReadFile(path);
+  support::TreeShape shape;  // far more than 256 KiB
+  const auto big = support::BuildClinic(shape);
+  for (const Road* road : {&kRoads[1], &kRoads[0]}) {
+    SCOPED_TRACE(road->name);
+    const StatusPtr status = road->write(*big, path);
+    EXPECT_EQ(status->Number(), kErrDiskFull) << status->Description();
+    EXPECT_EQ(Names(dir.path()), std::vector<std::string>{"clinic.xml"});
+    EXPECT_EQ(ReadFile(path), road == &kRoads[1] ? old : "");
+  }
+}
+
+// A probe that, once inside its export, keeps its file open until the rival
+// writer has finished or is inside too; both inside would mean that both own
+// the path at once.
+struct Shared {
+  std::atomic<int> ready{0}, inside{0}, done{0};
+};
+class HoldingProbe : public testing::Probe {
+ public:
+  explicit HoldingProbe(Shared& shared) : shared_(shared) {}
+  StatusPtr ExportXMLFileHandle(int16_t n) override {
+    shared_.inside.fetch_add(1);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (shared_.done.load() == 0 && shared_.inside.load() < 2 &&
+           std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+    return Probe::ExportXMLFileHandle(n);
+  }
+
+ private:
+  Shared& shared_;
+};
+
+// One writer of a round: starts with its rival, exports, and returns the
+// status number (255 for a number that an exit code cannot hold).
+int RaceOnce(Shared& shared, const std::string& path, const char* name) {
+  HoldingProbe probe(shared);
+  probe.name = name;
+  shared.ready.fetch_add(1);
+  while (shared.ready.load() < 2) std::this_thread::yield();
+  const int32_t number = probe.ExportXMLPath(path)->Number();
+  shared.done.fetch_add(1);
+  return number >= 0 && number < 255 ? number : 255;
+}
+
+// Two writers, in two processes or two threads, export to one path at once,
+// many times: one wins and its file is the one at the path; the other gets
+// 55 or 70.
+TEST(FileFaultTest, TwoWritersToOnePathNeverBothSucceed) {
+  TempDir dir;
+  const std::string path = dir / "race.xml";
+  auto* shared = static_cast<Shared*>(
+      ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  ASSERT_NE(shared, MAP_FAILED);
+  const std::function<std::pair<int, int>()> runs[] = {
+      [&] {
+        const pid_t a = Spawn([&] { return RaceOnce(*shared, path, "A"); });
+        const pid_t b = Spawn([&] { return RaceOnce(*shared, path, "B"); });
+        return std::pair(Reap(a), Reap(b));
+      },
+      [&] {
+        int b = 0;
+        std::thread other([&] { b = RaceOnce(*shared, path, "B"); });
+        const int a = RaceOnce(*shared, path, "A");
+        other.join();
+        return std::pair(a, b);
+      },
+  };
+  for (const auto& run : runs) {
+    SCOPED_TRACE(&run == &runs[0] ? "processes" : "threads");
+    int both = 0;
+    for (int round = 0; round < 300 && both == 0; ++round) {
+      new (shared) Shared();
+      const auto [a, b] = run();
+      both += a == 0 && b == 0;
+      const int loser = a == 0 ? b : a;
+      EXPECT_TRUE((a == 0 || b == 0) &&
+                  (loser == kErrFileAlreadyOpen || loser == kErrPermissionDenied))
+          << "round " << round << ": " << a << " and " << b;
+      const std::string winner = a == 0 ? "<Name>A</Name>" : "<Name>B</Name>";
+      EXPECT_NE(ReadFile(path).find(winner), std::string::npos) << "round " << round;
+    }
+    EXPECT_EQ(both, 0);
+  }
+  ::munmap(shared, sizeof(Shared));
 }
 
 TEST(FileFaultTest, ALinkAtThePathIsReplacedAndItsTargetUntouched) {
@@ -125,32 +345,93 @@ TEST(FileFaultTest, AnExportToAFileOpenHereIsKeptOut) {
   EXPECT_EQ(ReadFile(path), "first writer, still");
 }
 
-// A forked process is the second writer: while the parent holds the file,
-// the child's OpenFile and ExportXMLPath get 70 and leave the file alone.
+// A forked process is the second writer, as the same user or as another
+// one who may not even read the file: while the parent holds the file, the
+// child's OpenFile, ExportXMLPath and SaveXMLPath get 70 and leave it alone.
 TEST(FileFaultTest, AWriterInAnotherProcessIsKeptOut) {
-  TempDir dir;
-  const std::string path = dir / "busy.xml";
-  const int16_t number = FreeFile();
-  OpenFile(number, path);
-  FileWrite(number, "parent");
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    // The child inherits the parent's table; what it tests is a process
-    // of its own, so it lets go of the inherited entries first.
-    FileCloseAll();
-    const int32_t open_error = testing::ErrorOf([&] { OpenFile(1, path); });
-    const StatusPtr status = SmallClinic()->ExportXMLPath(path);
-    ::_exit(open_error == kErrPermissionDenied && status->Number() == kErrPermissionDenied ? 0 : 1);
+  for (const uid_t user : {::geteuid(), uid_t{65534}}) {
+    SCOPED_TRACE(user);
+    if (user != ::geteuid() && ::geteuid() != 0) {
+      std::printf("skipped: a writer of another user needs root\n");
+      continue;
+    }
+    TempDir dir;
+    ::chmod(dir.path().c_str(), 0777);
+    const std::string path = dir / "busy.xml";
+    const int16_t number = FreeFile();
+    OpenFile(number, path);
+    ::chmod(path.c_str(), 0600);
+    FileWrite(number, "parent");
+    const int code = Reap(Spawn([&] {
+      if (user != ::geteuid() && (::setgid(user) != 0 || ::setuid(user) != 0)) return 2;
+      const int32_t open_error = testing::ErrorOf([&] { OpenFile(1, path); });
+      const int32_t exported = SmallClinic()->ExportXMLPath(path)->Number();
+      const int32_t saved = SmallClinic()->SaveXMLPath(path)->Number();
+      return open_error == kErrPermissionDenied && exported == kErrPermissionDenied &&
+                     saved == kErrPermissionDenied
+                 ? 0
+                 : 1;
+    }));
+    EXPECT_EQ(code, 0);
+    FileClose(number);
+    EXPECT_EQ(ReadFile(path), "parent");
+    EXPECT_EQ(Names(dir.path()), std::vector<std::string>{"busy.xml"});
+    // Once the writer is done, an export replaces the file.
+    EXPECT_EQ(SmallClinic()->ExportXMLPath(path)->Number(), 0);
   }
-  int wait_status = 0;
-  ASSERT_EQ(::waitpid(child, &wait_status, 0), child);
-  EXPECT_TRUE(WIFEXITED(wait_status));
-  EXPECT_EQ(WEXITSTATUS(wait_status), 0);
-  FileClose(number);
-  EXPECT_EQ(ReadFile(path), "parent");
-  // Once the writer is done, an export replaces the file.
-  EXPECT_EQ(SmallClinic()->ExportXMLPath(path)->Number(), 0);
+}
+
+// A save killed at random points: the path holds, every time, the complete
+// old document or the complete new one. TYMPORA_KILL_TEST_CLIENTS sets the
+// clinic's size (about 100 KB a client; 1000 make 100 MB).
+TEST(FileFaultTest, AKilledSaveLeavesTheOldOrTheNewFile) {
+  support::TreeShape shape;
+  shape.clients = 10;
+  if (const char* clients = std::getenv("TYMPORA_KILL_TEST_CLIENTS")) {
+    shape.clients = std::atoi(clients);
+  }
+  const auto older = support::BuildClinic(shape);
+  shape.seed = 2;
+  const auto newer = support::BuildClinic(shape);
+  TempDir dir;
+  const std::string path = dir / "clinic.xml";
+  auto save_newer = [&] { return newer->SaveXMLPath(path)->Number() == 0 ? 0 : 1; };
+  // One save runs to its end, as the killed ones would: how long it takes
+  // sets the range of the kill times.
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_EQ(Reap(Spawn(save_newer)), 0);
+  const auto save_time = std::chrono::steady_clock::now() - start;
+  const std::string new_text = testing::WithoutCreationDate(ReadFile(path));
+  ASSERT_EQ(older->SaveXMLPath(path)->Number(), 0);
+  const std::string old_text = testing::WithoutCreationDate(ReadFile(path));
+  ASSERT_NE(old_text, new_text);
+  const unsigned seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  std::uniform_int_distribution<int64_t> delay(0, save_time.count() * 12 / 10);
+  int olds = 0, news = 0;
+  for (int round = 0; round < 40; ++round) {
+    const pid_t child = Spawn(save_newer);
+    std::this_thread::sleep_for(std::chrono::steady_clock::duration(delay(random)));
+    ::kill(child, SIGKILL);
+    Reap(child);
+    for (const std::string& name : Names(dir.path())) {  // a killed save's temporary file
+      if (name != "clinic.xml") std::filesystem::remove(dir / name);
+    }
+    const std::string text = testing::WithoutCreationDate(ReadFile(path));
+    DOMDocument document = DOMDocument::New();
+    EXPECT_TRUE(document.load(path)) << "round " << round << ": " << document.parseError().reason;
+    const bool old = text == old_text, fresh = text == new_text;
+    EXPECT_TRUE(old || fresh) << "round " << round << ": " << text.size() << " bytes";
+    olds += old;
+    news += fresh;
+    if (!old) {
+      ASSERT_EQ(older->SaveXMLPath(path)->Number(), 0);
+    }
+  }
+  std::printf(
+      "%d kills during a save of %zu bytes (%.3f s): %d left the old file, %d the new one\n",
+      olds + news, new_text.size(), std::chrono::duration<double>(save_time).count(), olds, news);
 }
 
 }  // namespace

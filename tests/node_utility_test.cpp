@@ -15,6 +15,7 @@ using testing::Probe;
 using testing::ReadFile;
 using testing::Shape;
 using testing::TempDir;
+using testing::WriteFile;
 
 struct Expected {
   int32_t number;
@@ -70,6 +71,13 @@ TEST(ExportFrameTest, FailureTable) {
          return p.ExportXMLPath(dir / "failing.xml");
        },
        {1234, "probe failure", "Probe"}},
+      {"record fails below a save",
+       [&](Probe& p) {
+         WriteFile(dir / "kept.xml", "old");
+         p.fail_number = 1234;
+         return SaveNodeToPath(dir / "kept.xml", p);
+       },
+       {1234, "probe failure", "Probe"}},
       {"record fails into a document",
        [](Probe& p) {
          p.fail_number = 77;
@@ -119,6 +127,10 @@ TEST(ExportFrameTest, FailureTable) {
   }
   EXPECT_FALSE(std::filesystem::exists(dir / "no"));
   EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
+  EXPECT_EQ(ReadFile(dir / "kept.xml"), "old") << "a failed save leaves the old file";
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
+    EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "a temporary file stays";
+  }
   EXPECT_EQ(ErrorOf([] { CheckThisNode(DOMNode()); }), 2005);
   EXPECT_EQ(ErrorOf([] { FileLength(1); }), kErrBadFileNumber)
       << "the failing export closed its file";

@@ -74,7 +74,7 @@ const CommandSpec& DemoSpec() {
           "Builds a realistic clinic (every client with 2 hearing aids, each aid with\n"
           "2 test sessions of 2 examinations, each examination with 2 curves of 20\n"
           "curve points and 5 distortion points), exports it to one XML file with\n"
-          "ExportXMLPath, loads the file, imports it into a new client list and checks\n"
+          "SaveXMLPath, loads the file, imports it into a new client list and checks\n"
           "that the two trees are equal. Prints the records per level, the file size,\n"
           "the export and import times and the status.",
       .options = {{"clients", "N", "number of clients, 0 to 10000 (default 300)"},
@@ -97,7 +97,7 @@ int RunDemo(const Arguments& args) {
   const auto built =
       Timed("building the clinic", progress, [&] { clinic = support::BuildClinic(shape); });
   const auto exported =
-      Timed("exporting", progress, [&] { ThrowIfFailed(clinic->ExportXMLPath(file.Path())); });
+      Timed("exporting", progress, [&] { ThrowIfFailed(clinic->SaveXMLPath(file.Path())); });
   const auto loaded = Timed("loading", progress, [&] { document = LoadFile(file.Path()); });
   const auto imported = Timed("importing", progress, [&] { copy = ImportClients(document); });
   std::string difference;
@@ -111,7 +111,7 @@ int RunDemo(const Arguments& args) {
             << (out ? "\n" : " (removed at the end)\n") << "size:     " << size << " bytes ("
             << Mebibytes(size) << ")\n"
             << "build:    " << Seconds(built) << "\n"
-            << "export:   " << Seconds(exported) << " (ExportXMLPath)\n"
+            << "export:   " << Seconds(exported) << " (SaveXMLPath)\n"
             << "import:   " << Seconds(loaded + imported) << " (load " << Seconds(loaded)
             << ", ImportXMLNode " << Seconds(imported) << ")\n"
             << "compare:  the two trees are equal\n"

@@ -15,9 +15,10 @@ const CommandSpec& RoundtripSpec() {
       .summary = "import IN into a new client list and export it to OUT",
       .details =
           "Loads IN (whitespace-only text is dropped), imports its document element\n"
-          "into a new client list and exports that list to OUT, replacing any file\n"
-          "there. When IN does not parse or its import fails, the failure is printed,\n"
-          "OUT is left as it was and the exit status is 1.",
+          "into a new client list and saves that list to OUT, replacing any file\n"
+          "there: OUT holds the old file or the complete new one at every instant.\n"
+          "When IN does not parse or its import fails, the failure is printed, OUT\n"
+          "is left as it was and the exit status is 1.",
       .options = {},
   };
   return spec;
@@ -37,7 +38,7 @@ int RunRoundtrip(const Arguments& args) {
             << " clients, status 0\n";
   {
     Progress shown("exporting " + out, progress);
-    ThrowIfFailed(clients->ExportXMLPath(out));
+    ThrowIfFailed(clients->SaveXMLPath(out));
   }
   std::cout << Printable(out) << ": exported " << FileSize(out) << " bytes, status 0\n";
   return 0;

@@ -197,6 +197,16 @@ TYMPORA_API int32_t tympora_same_object(const tympora_object* a, const tympora_o
 TYMPORA_API int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t kind,
                                    tympora_variant* args, int32_t count, tympora_variant* result);
 
+/* Saves the record `record` (a handle to any of its interfaces) with
+ * everything below it as an XML document to `path`, durably: the path holds
+ * the complete old file or the complete new one at every instant, and a
+ * failure leaves the old file untouched. Returns 0, or the number of the
+ * failure with its description and source as for any other call: 91 for a
+ * NULL record, 5 for a NULL path, 430 for an object that is no record, 2002
+ * for an empty path, 75 for a path that names no file, 70 or 55 while another
+ * writer holds the file, 61 for a full disk. */
+TYMPORA_API int32_t tympora_save_xml_path(const tympora_object* record, const char* path);
+
 /* ---- errors of the calling thread ---- */
 
 /* The number of the error of this thread's last call into the object
@@ -290,6 +300,7 @@ typedef void (*tympora_object_release_fn)(tympora_object* object);
 typedef int32_t (*tympora_same_object_fn)(const tympora_object* a, const tympora_object* b);
 typedef int32_t (*tympora_invoke_fn)(const tympora_object* object, const char* member, int32_t kind,
                                      tympora_variant* args, int32_t count, tympora_variant* result);
+typedef int32_t (*tympora_save_xml_path_fn)(const tympora_object* record, const char* path);
 typedef int32_t (*tympora_error_number_fn)(void);
 typedef const char* (*tympora_error_description_fn)(void);
 typedef const char* (*tympora_error_source_fn)(void);

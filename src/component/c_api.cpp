@@ -15,6 +15,7 @@
 #include "tympora/node/file_layer.hpp"
 #include "tympora/node/status.hpp"
 #include "tympora/version.h"
+#include "tympora/node/record.hpp"
 
 namespace {
 
@@ -273,6 +274,19 @@ int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t
   });
 }
 
+int32_t tympora_save_xml_path(const tympora_object* record, const char* path) {
+  return Guard([&] {
+    RequireObject(record);
+    Require(path != nullptr, "no path");
+    auto* target = dynamic_cast<tympora::RecordBase*>(record->dispatch.Target().get());
+    if (!target) tympora::RaisePlatformError(tympora::kErrNoInterface, "the object is no record");
+    const tympora::StatusPtr status = target->SaveXMLPath(path);
+    if (status && status->Number() != 0) {
+      throw Error(status->Number(), status->Description(), status->Source());
+    }
+  });
+}
+
 int32_t tympora_error_number(void) { return error_number; }
 const char* tympora_error_description(void) {
   return ErrorText(&tympora::component::ThreadState::description);
@@ -382,6 +396,7 @@ TYMPORA_SAME_TYPE(tympora_interface_name);
 TYMPORA_SAME_TYPE(tympora_object_release);
 TYMPORA_SAME_TYPE(tympora_same_object);
 TYMPORA_SAME_TYPE(tympora_invoke);
+TYMPORA_SAME_TYPE(tympora_save_xml_path);
 TYMPORA_SAME_TYPE(tympora_error_number);
 TYMPORA_SAME_TYPE(tympora_error_description);
 TYMPORA_SAME_TYPE(tympora_error_source);

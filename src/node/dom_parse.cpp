@@ -18,6 +18,7 @@
 
 #include "node/dom_check.hpp"
 #include "node/dom_internal.hpp"
+#include "node/file_internal.hpp"
 #include "tympora/node/error.hpp"
 
 namespace tympora {
@@ -152,46 +153,53 @@ pugi::xml_parse_result LoadInto(pugi::xml_document& doc, std::string_view text, 
   return doc.load_buffer(text.data(), text.size(), OptionsFor(mode), pugi::encoding_utf8);
 }
 
-// Reads the whole file into a buffer from pugixml's allocator (so that a
-// document can own it); returns 0 or the errno of the failure.
-int ReadWholeFile(const std::string& path, char*& data, size_t& size) {
+// Reads the file at `path` into a buffer from pugixml's allocator (so that
+// a document can own it); returns 0, or the platform error number with the
+// reason in `why`. Only a regular file is read, and no more of it than its
+// size at the open: a pipe, a device or a file that keeps growing can
+// neither block the reader nor make it read without end.
+int32_t ReadWholeFile(const std::string& path, char*& data, size_t& size, std::string& why) {
   data = nullptr;
   size = 0;
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return errno;
+  auto fail = [&](int err) {
+    why = std::generic_category().message(err);
+    return ErrnoNumber(err, path);
+  };
   struct stat st {};
-  size_t capacity = (::fstat(fd, &st) == 0 && st.st_size > 0) ? static_cast<size_t>(st.st_size) : 0;
-  capacity = capacity + 1 > 65536 ? capacity + 1 : 65536;  // +1: the end shows without a resize
-  int error = 0;
-  data = static_cast<char*>(pugi::get_memory_allocation_function()(capacity));
-  if (data == nullptr) error = ENOMEM;
-  while (error == 0) {
-    if (size == capacity) {
-      char* grown = static_cast<char*>(pugi::get_memory_allocation_function()(capacity * 2));
-      if (grown == nullptr) {
-        error = ENOMEM;
-        break;
-      }
-      std::memcpy(grown, data, size);
-      pugi::get_memory_deallocation_function()(data);
-      data = grown;
-      capacity *= 2;
-    }
-    const ssize_t got = ::read(fd, data + size, capacity - size);
+  if (::stat(path.c_str(), &st) != 0) return fail(errno);
+  const auto not_a_file = [&] {
+    why = S_ISDIR(st.st_mode) ? "is a folder" : "is not a regular file";
+    return kErrPathFileAccess;
+  };
+  if (!S_ISREG(st.st_mode)) return not_a_file();
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (fd < 0) return fail(errno);
+  int err = ::fstat(fd, &st) == 0 ? 0 : errno;
+  if (err == 0 && !S_ISREG(st.st_mode)) {  // replaced since the look above
+    ::close(fd);
+    return not_a_file();
+  }
+  const size_t length = err == 0 ? static_cast<size_t>(st.st_size) : 0;
+  if (err == 0) {
+    data = static_cast<char*>(pugi::get_memory_allocation_function()(std::max<size_t>(length, 1)));
+    if (data == nullptr) err = ENOMEM;
+  }
+  while (err == 0 && size < length) {
+    const ssize_t got = ::read(fd, data + size, length - size);
     if (got > 0) {
       size += static_cast<size_t>(got);
     } else if (got == 0) {
-      break;
+      break;  // the file shrank meanwhile
     } else if (errno != EINTR) {
-      error = errno;
+      err = errno;
     }
   }
   ::close(fd);
-  if (error != 0) {
-    FreeBuffer(data);
-    data = nullptr;
-  }
-  return error;
+  if (err == 0) return 0;
+  FreeBuffer(data);
+  data = nullptr;
+  size = 0;
+  return fail(err);
 }
 
 }  // namespace
@@ -269,10 +277,11 @@ bool DOMDocument::load(const std::string& path) {
   for (bool in_place : {true, false}) {
     char* data = nullptr;
     size_t size = 0;
-    if (const int error = detail::ReadWholeFile(path, data, size); error != 0) {
+    std::string why;
+    if (const int32_t error = detail::ReadWholeFile(path, data, size, why); error != 0) {
       DOMParseError e;
-      e.errorCode = kDomErrParse;
-      e.reason = "Cannot read \"" + path + "\": " + std::generic_category().message(error);
+      e.errorCode = error;
+      e.reason = "Cannot read \"" + path + "\": " + why;
       doc_->Fail(std::move(e), shared);
       return false;
     }

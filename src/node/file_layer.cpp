@@ -30,10 +30,15 @@
 #include <utility>
 #include <vector>
 
+#include "node/file_internal.hpp"
 #include "tympora/node/error.hpp"
 
 namespace tympora {
 namespace {
+
+using detail::CheckPath;
+using detail::ErrnoText;
+using detail::RaiseForPath;
 
 constexpr int16_t kMaxFreeFileNumber = 255;
 
@@ -66,23 +71,10 @@ Table& GetTable() {
   return *table;
 }
 
-std::string ErrnoText(int err) { return std::error_code(err, std::generic_category()).message(); }
-
-[[noreturn]] void RaiseForPath(int32_t number, const std::string& path, const std::string& why) {
-  RaisePlatformError(number, "'" + path + "': " + why);
-}
-
 void CheckNumber(int16_t number) {
   if (number < 1 || number > kMaxFileNumber) {
     RaisePlatformError(kErrBadFileNumber, "file number " + std::to_string(number) +
                                               " is outside 1 to " + std::to_string(kMaxFileNumber));
-  }
-}
-
-void CheckPath(const std::string& path) {
-  if (path.empty()) RaisePlatformError(kErrBadFileNumber, "the file name is empty");
-  if (path.find('\0') != std::string::npos) {
-    RaisePlatformError(kErrBadFileNumber, "the file name contains a NUL character");
   }
 }
 
@@ -100,11 +92,21 @@ std::shared_ptr<Entry> Lookup(int16_t number) {
   return entry;
 }
 
+// Whether the folder that would hold `path` exists.
 bool FolderExists(const std::string& path) {
   std::filesystem::path parent = std::filesystem::path(path).parent_path();
   if (parent.empty()) parent = ".";
   struct stat st {};
   return ::stat(parent.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The number holding (device, inode); the caller holds the table mutex.
+int16_t NumberHoldingLocked(const Table& table, dev_t device, ino_t inode) {
+  for (int16_t number = 1; number <= kMaxFileNumber; ++number) {
+    const std::shared_ptr<Entry>& open = table.slots[number];
+    if (open && open->device_id == device && open->inode == inode) return number;
+  }
+  return 0;
 }
 
 // Whether another open file description holds a write lock on `fd`'s file.
@@ -134,16 +136,9 @@ bool WriteLockedElsewhere(int fd) {
 int32_t WriterConflict(const std::string& path, std::string& why) {
   struct stat st {};
   if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return 0;
-  {
-    Table& table = GetTable();
-    std::lock_guard lock(table.mutex);
-    for (int16_t number = 1; number <= kMaxFileNumber; ++number) {
-      const std::shared_ptr<Entry>& open = table.slots[number];
-      if (open && open->device_id == st.st_dev && open->inode == st.st_ino) {
-        why = "open under file number " + std::to_string(number);
-        return kErrFileAlreadyOpen;
-      }
-    }
+  if (const int16_t number = detail::NumberHolding(st.st_dev, st.st_ino)) {
+    why = "open under file number " + std::to_string(number);
+    return kErrFileAlreadyOpen;
   }
   // Not open here, so closing this descriptor cannot drop a lock of ours.
   const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
@@ -155,37 +150,16 @@ int32_t WriterConflict(const std::string& path, std::string& why) {
   return kErrPermissionDenied;
 }
 
-// The error number for a failed open() of `path`.
+// The error number for a failed open() of `path`. O_EXCL reports a
+// symbolic link, a folder, a device, a pipe or a socket as an existing file;
+// none of them is a file we would write, so they get the access error.
 int32_t OpenErrorNumber(int err, const std::string& path, FileOpenMode mode) {
-  switch (err) {
-    case ENOENT:
-      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
-    case ENOTDIR:
-      return kErrPathNotFound;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case ETXTBSY:
-      return kErrPermissionDenied;
-    case EEXIST: {
-      // O_EXCL reports a symbolic link as an existing file; a link is not a
-      // file we would write through, so it gets the access error instead.
-      struct stat st {};
-      if (mode == FileOpenMode::CreateNew && ::lstat(path.c_str(), &st) == 0 &&
-          S_ISLNK(st.st_mode)) {
-        return kErrPathFileAccess;
-      }
-      return kErrFileExists;
-    }
-    case ENAMETOOLONG:
-    case EINVAL:
-      return kErrBadFileNumber;
-    case EMFILE:
-    case ENFILE:
-      return kErrTooManyFiles;
-    default:
-      return kErrPathFileAccess;  // EISDIR, ELOOP, ENXIO, ...
+  if (err != EEXIST) return detail::ErrnoNumber(err, path);
+  struct stat st {};
+  if (mode == FileOpenMode::CreateNew && ::lstat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) {
+    return kErrPathFileAccess;
   }
+  return kErrFileExists;
 }
 
 int OpenDescriptor(const std::string& path, FileOpenMode mode) {
@@ -215,7 +189,7 @@ int OpenDescriptor(const std::string& path, FileOpenMode mode) {
     const int32_t number = OpenErrorNumber(err, path, mode);
     RaiseForPath(
         number, path,
-        err == EEXIST && number == kErrPathFileAccess ? "is a symbolic link" : ErrnoText(err));
+        err == EEXIST && number == kErrPathFileAccess ? "is not a regular file" : ErrnoText(err));
   }
   return fd;
 }
@@ -259,25 +233,6 @@ class Reservation {
   bool active_ = true;
 };
 
-// Takes the exclusive write lock over the whole file. Returns false when
-// another owner holds a conflicting lock. A file system that cannot lock at
-// all leaves the file unlocked: the lock is advisory in any case.
-bool LockForWriting(int fd) {
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
-  lock.l_start = 0;
-  lock.l_len = 0;  // to the end of the file, however long it grows
-  lock.l_pid = 0;
-#ifdef F_OFD_SETLK
-  int result = ::fcntl(fd, F_OFD_SETLK, &lock);
-  if (result != 0 && errno == EINVAL) result = ::fcntl(fd, F_SETLK, &lock);  // older kernels
-#else
-  int result = ::fcntl(fd, F_SETLK, &lock);
-#endif
-  return result == 0 || (errno != EACCES && errno != EAGAIN);
-}
-
 // Closes the entry under `number` and frees the number. Returns the errno of
 // a failing close() (0 on success), or -1 when the entry was already closed.
 int CloseEntry(int16_t number, const std::shared_ptr<Entry>& entry) {
@@ -295,7 +250,91 @@ int CloseEntry(int16_t number, const std::shared_ptr<Entry>& entry) {
   return ::close(entry->fd) == 0 ? 0 : errno;
 }
 
+// A file that another writer deleted or replaced between our open and our
+// lock is no longer the one at `path`: writing it would be lost. A deleter
+// holds the file's lock while it unlinks it, so once we hold the lock and the
+// path still names our file, nobody takes it from us until we close.
+void CheckStillAtPath(const std::string& path, FileOpenMode mode, const struct stat& ours) {
+  struct stat now {};
+  const int result =
+      mode == FileOpenMode::CreateNew ? ::lstat(path.c_str(), &now) : ::stat(path.c_str(), &now);
+  if (result != 0 || now.st_dev != ours.st_dev || now.st_ino != ours.st_ino) {
+    RaiseForPath(kErrPermissionDenied, path,
+                 "another writer replaced the file while it was opened");
+  }
+}
+
 }  // namespace
+
+namespace detail {
+
+std::string ErrnoText(int err) { return std::error_code(err, std::generic_category()).message(); }
+
+[[noreturn]] void RaiseForPath(int32_t number, const std::string& path, const std::string& why) {
+  RaisePlatformError(number, "'" + path + "': " + why);
+}
+
+void CheckPath(const std::string& path) {
+  if (path.empty()) RaisePlatformError(kErrBadFileNumber, "the file name is empty");
+  if (path.find('\0') != std::string::npos) {
+    RaisePlatformError(kErrBadFileNumber, "the file name contains a NUL character");
+  }
+}
+
+int32_t ErrnoNumber(int err, const std::string& path) {
+  switch (err) {
+    case ENOENT:
+      return FolderExists(path) ? kErrFileNotFound : kErrPathNotFound;
+    case ENOTDIR:
+      return kErrPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+      return kErrPermissionDenied;
+    case ENOSPC:
+    case EDQUOT:
+      return kErrDiskFull;
+    case ENOMEM:
+      return kErrOutOfMemory;
+    case ENAMETOOLONG:
+    case EINVAL:
+      return kErrBadFileNumber;
+    case EMFILE:
+    case ENFILE:
+      return kErrTooManyFiles;
+    case EIO:
+      return kErrDeviceIO;
+    default:
+      return kErrPathFileAccess;  // EISDIR, ELOOP, ENXIO, EBUSY, ...
+  }
+}
+
+int16_t NumberHolding(dev_t device, ino_t inode) {
+  Table& table = GetTable();
+  std::lock_guard lock(table.mutex);
+  return NumberHoldingLocked(table, device, inode);
+}
+
+// A file system that cannot lock at all leaves the file unlocked: the lock
+// is advisory in any case.
+bool LockForWriting(int fd) {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0;
+  lock.l_len = 0;  // to the end of the file, however long it grows
+  lock.l_pid = 0;
+#ifdef F_OFD_SETLK
+  int result = ::fcntl(fd, F_OFD_SETLK, &lock);
+  if (result != 0 && errno == EINVAL) result = ::fcntl(fd, F_SETLK, &lock);  // older kernels
+#else
+  int result = ::fcntl(fd, F_SETLK, &lock);
+#endif
+  return result == 0 || (errno != EACCES && errno != EAGAIN);
+}
+
+}  // namespace detail
 
 int16_t FreeFile() {
   Table& table = GetTable();
@@ -336,16 +375,14 @@ void OpenFile(int16_t number, const std::string& path, FileOpenMode mode) {
   auto entry = std::make_shared<Entry>(fd, st.st_dev, st.st_ino, is_device, path);
 
   std::lock_guard lock(table.mutex);
-  for (int16_t other = 1; other <= kMaxFileNumber; ++other) {
-    const std::shared_ptr<Entry>& open = table.slots[other];
-    if (open && open->device_id == entry->device_id && open->inode == entry->inode) {
-      RaiseForPath(kErrFileAlreadyOpen, path,
-                   "already open under file number " + std::to_string(other));
-    }
+  if (const int16_t other = NumberHoldingLocked(table, entry->device_id, entry->inode)) {
+    RaiseForPath(kErrFileAlreadyOpen, path,
+                 "already open under file number " + std::to_string(other));
   }
-  if (!is_device && !LockForWriting(fd)) {
+  if (!is_device && !detail::LockForWriting(fd)) {
     RaiseForPath(kErrPermissionDenied, path, "another process is writing to it");
   }
+  if (!is_device) CheckStillAtPath(path, mode, st);
   table.slots[number] = std::move(entry);
   reservation.Complete();
   guard.Release();
@@ -403,39 +440,27 @@ void FileCloseAll() noexcept {
   for (const auto& [number, entry] : open) CloseEntry(number, entry);
 }
 
-void FileDelete(const std::string& path) {
-  CheckPath(path);
-  std::string why;
-  if (const int32_t conflict = WriterConflict(path, why)) RaiseForPath(conflict, path, why);
-  if (::unlink(path.c_str()) == 0) return;
-  const int err = errno;
-  int32_t number;
-  switch (err) {
-    case ENOENT:
-      number = kErrFileNotFound;
-      break;
-    case ENOTDIR:
-      number = kErrPathNotFound;
-      break;
-    case EACCES:
-    case EPERM: {
-      // Linux reports unlink() of a folder as EISDIR, other systems as EPERM.
-      struct stat st {};
-      number = ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? kErrPathFileAccess
-                                                                      : kErrPermissionDenied;
-      break;
-    }
-    case EROFS:
-      number = kErrPermissionDenied;
-      break;
-    case ENAMETOOLONG:
-      number = kErrBadFileNumber;
-      break;
-    default:
-      number = kErrPathFileAccess;
-      break;  // EISDIR, ELOOP, EBUSY, ...
+void FileFlush(int16_t number) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  std::lock_guard lock(entry->mutex);
+  if (entry->closed) RaiseNotOpen(number);
+  if (entry->is_device) return;
+  if (::fsync(entry->fd) != 0) {
+    const int err = errno;
+    if (err == EINVAL || err == EROFS) return;  // a file system that keeps nothing to flush
+    RaiseForPath(err == ENOSPC || err == EDQUOT ? kErrDiskFull : kErrDeviceIO, entry->path,
+                 ErrnoText(err));
   }
-  RaiseForPath(number, path, ErrnoText(err));
+}
+
+void FileTruncate(int16_t number) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  std::lock_guard lock(entry->mutex);
+  if (entry->closed) RaiseNotOpen(number);
+  if (entry->is_device) return;
+  if (::ftruncate(entry->fd, 0) != 0 || ::lseek(entry->fd, 0, SEEK_SET) != 0) {
+    RaiseForPath(kErrDeviceIO, entry->path, ErrnoText(errno));
+  }
 }
 
 }  // namespace tympora

@@ -2,7 +2,13 @@
 // every record class.
 #include "tympora/node/node_utility.hpp"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <ctime>
+#include <filesystem>
+#include <optional>
 
 #include "node/number_text.hpp"
 #include "node/record_writer.hpp"
@@ -34,6 +40,65 @@ int16_t OpenNewFile(const std::string& path) {
     } catch (const Error& e) {
       if (e.Number() != kErrFileAlreadyOpen || attempt >= 16) throw;
     }
+  }
+}
+
+// Deletes what stands at `path` and creates the file new under the lowest
+// free number. A failing delete is ignored as such, but when the path is
+// then still taken, the delete's error says why (a folder, a file held by a
+// writer or in a read-only folder). A file that appears between the two
+// steps belongs to another writer, who is let be.
+int16_t OpenReplacing(const std::string& path) {
+  std::optional<Error> refused;
+  try {
+    FileDelete(path);
+  } catch (const Error& e) {
+    if (e.Number() != kErrFileNotFound) refused = e;
+  }
+  try {
+    return OpenNewFile(path);
+  } catch (const Error& e) {
+    if (e.Number() != kErrFileExists) throw;
+    if (refused) throw *refused;
+    RaisePlatformError(kErrPermissionDenied, "'" + path + "': another writer created it first");
+  }
+}
+
+// Opens a new temporary file beside `path` under the lowest free number; its
+// name goes to `temporary`. A name left by an earlier process is skipped.
+int16_t OpenTemporary(const std::string& path, std::string& temporary) {
+  static std::atomic<unsigned> counter{0};
+  const std::filesystem::path target(path);
+  const std::string base = target.filename().string().substr(0, 100);
+  for (int attempt = 0;; ++attempt) {
+    temporary = (target.parent_path() / ("." + base + "." + std::to_string(::getpid()) + "-" +
+                                         std::to_string(counter++) + ".tmp"))
+                    .string();
+    try {
+      return OpenNewFile(temporary);
+    } catch (const Error& e) {
+      temporary.clear();
+      if (e.Number() != kErrFileExists || attempt >= 16) {
+        throw Error(e.Number(), e.Description() + " (a temporary file to save '" + path + "')",
+                    e.Source());
+      }
+    }
+  }
+}
+
+// Raises 2002 through `status` for an empty path.
+void RequirePath(CStatus& status, const std::string& path) {
+  if (path.empty()) {
+    status.SetError(STATUS_BADPATH);
+    status.RaiseError();
+  }
+}
+
+// Raises 75 when `path` names something that a saved file must not replace.
+void CheckReplaceable(const std::string& path) {
+  struct stat st {};
+  if (::lstat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode) && !S_ISLNK(st.st_mode)) {
+    RaisePlatformError(kErrPathFileAccess, "'" + path + "': is not a file");
   }
 }
 
@@ -75,23 +140,47 @@ StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node) {
   int16_t number = 0;
   return RunFrameA(
       [&](StatusPtr& status) {
-        if (sFilePath.empty()) {
-          status->SetError(STATUS_BADPATH);
-          status->RaiseError();
-        }
-        try {
-          FileDelete(sFilePath);
-        } catch (const Error&) {
-          // No file, or no access: the open below reports what matters.
-        }
-        number = OpenNewFile(sFilePath);
+        RequirePath(*status, sFilePath);
+        number = OpenReplacing(sFilePath);
         TakeStatus(status, Node.ExportXMLFileHandle(number));
         const int16_t open = number;
         number = 0;
         FileClose(open);
       },
       [&] {
-        if (number != 0) FileClose(number);
+        if (number == 0) return;
+        try {
+          FileTruncate(number);  // no partial document stays in the file
+        } catch (const Error&) {
+        }
+        FileClose(number);
+      });
+}
+
+StatusPtr SaveNodeToPath(const std::string& sFilePath, CNode& Node) {
+  int16_t number = 0;
+  std::string temporary;
+  return RunFrameA(
+      [&](StatusPtr& status) {
+        RequirePath(*status, sFilePath);
+        CheckReplaceable(sFilePath);
+        number = OpenTemporary(sFilePath, temporary);
+        TakeStatus(status, Node.ExportXMLFileHandle(number));
+        FileFlush(number);
+        const int16_t open = number;
+        number = 0;
+        FileClose(open);
+        FileReplace(temporary, sFilePath);
+        temporary.clear();
+      },
+      [&] {
+        if (number != 0) {
+          try {
+            FileClose(number);
+          } catch (const Error&) {
+          }
+        }
+        if (!temporary.empty()) ::unlink(temporary.c_str());
       });
 }
 

@@ -216,6 +216,10 @@ StatusPtr RecordBase::ExportXMLPath(const std::string& sFilePath) {
   return ExportNodeToPath(sFilePath, *this);
 }
 
+StatusPtr RecordBase::SaveXMLPath(const std::string& sFilePath) {
+  return SaveNodeToPath(sFilePath, *this);
+}
+
 StatusPtr RecordBase::ExportXMLFileHandle(int16_t iFileHandle) {
   return ExportNodeToFileHandle(iFileHandle, *this);
 }

@@ -59,9 +59,29 @@ TYMPORA_API void FileClose(int16_t number);
 // Closes every file opened through this table.
 TYMPORA_API void FileCloseAll() noexcept;
 
-// Deletes the file `path` (a link itself, not its target). Raises 53 when
-// there is none, 70 without access or while another process holds the file's
-// write lock, 55 while the file is open in this table.
+// Flushes what was written to the file open under `number` to the disk.
+// Raises 52 when no file is open under it, 61 when the disk is full, 57 for
+// other failures. A device has nothing to flush.
+TYMPORA_API void FileFlush(int16_t number);
+
+// Cuts the file open under `number` to length 0 and moves its position to
+// the start. Raises 52 when no file is open under it, 57 when that fails.
+// A device is left as it is.
+TYMPORA_API void FileTruncate(int16_t number);
+
+// Deletes the file `path` (a link itself, not its target). Only a regular
+// file or a symbolic link is deleted: anything else raises 75 and stays.
+// Raises 53 when there is none, 76 for a missing folder, 55 while the file
+// is open in this table, 70 while another process writes to it, without
+// access, or when the file cannot be opened for writing (then its writer
+// could not be ruled out).
 TYMPORA_API void FileDelete(const std::string& path);
+
+// Renames the file `from` over `to` in one step, so that `to` names either
+// the old file or the new one at every instant, then flushes the folder.
+// `to` must be a regular file, a symbolic link (replaced itself) or absent;
+// a replaced file's mode passes to the new one. Raises what FileDelete raises
+// for `to`, and for the rename 70 without access, 76 for a missing folder.
+TYMPORA_API void FileReplace(const std::string& from, const std::string& to);
 
 }  // namespace tympora

@@ -37,8 +37,20 @@ TYMPORA_API void NewXMLDocument(DOMDocument& Document);
 // touched); deletes any file of that name, creates the file new (no link
 // followed) under the lowest free file number and exports through
 // ExportXMLFileHandle; the file layer's error when it cannot be created.
-// After a failing export the file stays, empty, and is closed.
+// After a failing export the file stays, empty, and is closed. Only a
+// regular file or a link is ever deleted: 75 for a folder, device, pipe or
+// socket (left as it is), 55 or 70 for a file that a writer holds open, 70 in
+// a read-only folder, 76 for a missing folder.
 TYMPORA_API StatusPtr ExportNodeToPath(const std::string& sFilePath, CNode& Node);
+// Saves `Node` as a document to `sFilePath` so that the path holds the
+// complete old file or the complete new one at every instant: exports
+// through ExportXMLFileHandle into a new temporary file in the same folder,
+// flushes it to disk, renames it over the path and flushes the folder. On
+// any failure the old file is untouched and the temporary file removed.
+// 2002 for an empty path; 75 when the path names no file or link; 55 or 70
+// while a writer holds the old file; the file layer's and the record's
+// errors otherwise (61 for a full disk).
+TYMPORA_API StatusPtr SaveNodeToPath(const std::string& sFilePath, CNode& Node);
 // Writes `Node` as a document to the open file `iFileHandle` at its current
 // position, in one write, after one more parse without whitespace-only text
 // nodes: 2003 outside 1 to 511, the file layer's 52 for a number not open.

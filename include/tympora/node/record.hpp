@@ -146,6 +146,12 @@ class TYMPORA_API RecordBase : public CNode {
   // the record does not know; never throws.
   bool IsNull(const std::string& sPropertyName) const;
 
+  // Saves the record with everything below it as a document to
+  // `sFilePath`, durably: the path holds the complete old file or the
+  // complete new one at every instant, and a failure leaves the old file
+  // untouched. Never throws; the errors are those of SaveNodeToPath.
+  StatusPtr SaveXMLPath(const std::string& sFilePath);
+
   // The value of property `p` of this record's table, as PropertyByName
   // reads it, and whether it is Null.
   Variant GetProperty(const PropertyDef& p) const;
