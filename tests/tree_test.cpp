@@ -1,6 +1,10 @@
 #include "tree.hpp"
+#include "tables.hpp"
 
 #include <gtest/gtest.h>
+
+#include <map>
+#include <sstream>
 
 #include "test_util.hpp"
 #include "tympora/measurement/curve.hpp"
@@ -8,7 +12,7 @@
 
 namespace tympora {
 namespace {
-using support::BuildClinic;
+using support::BuildScrambledClinic;
 using support::CompareTrees;
 using support::TreeShape;
 using testing::ReadFile;
@@ -31,7 +35,7 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
     testing::LocaleGuard guard(locale);
     TempDir dir;
     TreeShape shape;  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
-    auto original = BuildClinic(shape);
+    auto original = BuildScrambledClinic(shape);
     StatusPtr status = original->ExportXMLPath(dir / "clinic.xml");
     ASSERT_EQ(status->Number(), 0) << status->Description();
 
@@ -57,7 +61,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
                   .curve_points = 2,
                   .distortion_points = 1,
                   .seed = 7};
-  auto a = BuildClinic(small);
+  auto a = BuildScrambledClinic(small);
   const struct {
     const char* name;
     std::function<void(CClients&)> change;
@@ -69,18 +73,33 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
          auto client = c.Clients()->Item(2);
          client->SetPropertyNull(client->Info().properties[0]);
        },
-       "null flag"},
-      {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); }, "ID"},
+       "-> Null"},
+      {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); },
+       "Clients/ClientOrPatient[1]/ID: \"1\" -> \"99\""},
       {"a point list",
        [](CClients& c) {
          auto curve = support::FirstCurve(c);
          curve->ResetCurveData();
        },
-       "CurveData"},
+       "/Curve[1]/CurveDatum[1]: removed"},
+      {"a client added",
+       [](CClients& c) {
+         auto client = std::make_shared<CClient>();
+         client->ID(5);
+         c.AddClient(client);
+       },
+       "Clients/ClientOrPatient[5]: added"},
+      {"another order",
+       [](CClients& c) {
+         auto first = c.Clients()->Item(1);
+         c.Clients()->Remove(1);
+         c.AddClient(first);
+       },
+       "Clients/ClientOrPatient: another order"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    auto b = BuildClinic(small);
+    auto b = BuildScrambledClinic(small);
     EXPECT_EQ(CompareTrees(*a, *b), "");
     row.change(*b);
     EXPECT_NE(CompareTrees(*a, *b).find(row.expected), std::string::npos) << CompareTrees(*a, *b);
@@ -88,7 +107,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
 }
 
 TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
-  auto clients = BuildClinic(TreeShape{.clients = 50, .aids = 0});
+  auto clients = BuildScrambledClinic(TreeShape{.clients = 50, .aids = 0});
   bool markup = false, blanks = false, empty = false, non_ascii = false;
   for (const auto& client : *clients->Clients()) {
     for (const PropertyDef& p : client->Info().properties) {
@@ -111,7 +130,7 @@ TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
 TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
   TreeShape shape;
   shape.clients = 3;
-  auto original = BuildClinic(shape);
+  auto original = BuildScrambledClinic(shape);
   DOMDocument exported = DOMDocument::New();
   ASSERT_EQ(original->ExportXMLDocument(exported)->Number(), 0);
   const std::string text = exported.xml();
@@ -137,6 +156,36 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
     ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
     EXPECT_EQ(CompareTrees(*original, *imported), "");
   }
+}
+
+// docs/file-format.md lists, for every record element, each value element
+// with its type, in the order the tables write them.
+TEST(TreeTest, FileFormatDocumentFollowsTheRecordTables) {
+  const std::string doc = ReadFile(std::string(TYMPORA_TEST_DATA) + "/../../docs/file-format.md");
+  ASSERT_FALSE(doc.empty());
+  std::map<std::string, std::vector<std::string>> documented;
+  std::vector<std::string>* rows = nullptr;
+  std::istringstream lines(doc);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("### `")) {
+      rows = &documented[line.substr(5, line.find('`', 5) - 5)];
+    } else if (rows && line.starts_with("| `")) {
+      const size_t end = line.find('`', 3);
+      const size_t type = line.find("| ", end) + 2;
+      rows->push_back(line.substr(3, end - 3) + " " +
+                      line.substr(type, line.find(' ', type) - type));
+    }
+  }
+  for (const RecordInfo* info : support::RecordTables()) {
+    SCOPED_TRACE(info->node_name);
+    std::vector<std::string> expected;
+    for (const PropertyDef& p : info->properties) {
+      expected.push_back(std::string(p.element) + " " + std::string(support::KindName(p.Kind())));
+    }
+    EXPECT_EQ(documented[std::string(info->node_name)], expected);
+    documented.erase(std::string(info->node_name));
+  }
+  EXPECT_TRUE(documented.empty()) << documented.begin()->first;
 }
 
 }  // namespace

@@ -113,6 +113,10 @@ std::string CountLines(const CNode& root, std::string_view indent);
 // tab ...) becomes a blank; blanks at both ends are removed.
 std::string OneLine(std::string_view text);
 
+// The value of `record`'s property written as `element`, as one line of
+// text (OneLine); the empty text when it is Null or there is no such property.
+std::string ValueText(const RecordBase& record, std::string_view element);
+
 // Seconds as "0.42 s".
 std::string Seconds(std::chrono::steady_clock::duration elapsed);
 
