@@ -3,10 +3,12 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <mutex>
@@ -24,6 +26,67 @@ struct Job {
   Picture picture;
   std::string path;
 };
+
+// Appends `value` as 4 bytes, most significant first.
+void Big32(std::string& out, uint32_t value) {
+  for (int shift = 24; shift >= 0; shift -= 8) out += static_cast<char>(value >> shift & 0xFF);
+}
+
+// Appends a PNG chunk of type `type` (4 letters) holding `data`.
+void Chunk(std::string& out, const char* type, const std::string& data) {
+  Big32(out, static_cast<uint32_t>(data.size()));
+  const std::string body = type + data;
+  out += body;
+  Big32(out, static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()),
+                                         static_cast<uInt>(body.size()))));
+}
+
+// Writes an RGB24 image surface as an 8-bit RGB PNG. The pictures are mostly
+// flat colour, so rows go unfiltered through zlib's run-length strategy:
+// several times faster than cairo's own writer, for files of about the same
+// size. Returns false when the file cannot be written.
+bool WritePng(cairo_surface_t* surface, const std::string& path) {
+  cairo_surface_flush(surface);
+  const int width = cairo_image_surface_get_width(surface);
+  const int height = cairo_image_surface_get_height(surface);
+  const int stride = cairo_image_surface_get_stride(surface);
+  const unsigned char* pixels = cairo_image_surface_get_data(surface);
+  std::string raw;
+  raw.reserve(static_cast<size_t>(height) * (1 + 3 * static_cast<size_t>(width)));
+  for (int y = 0; y < height; ++y) {
+    raw += '\0';  // filter type None
+    const auto* row =
+        reinterpret_cast<const uint32_t*>(pixels + static_cast<ptrdiff_t>(y) * stride);
+    for (int x = 0; x < width; ++x) {
+      raw += static_cast<char>(row[x] >> 16 & 0xFF);
+      raw += static_cast<char>(row[x] >> 8 & 0xFF);
+      raw += static_cast<char>(row[x] & 0xFF);
+    }
+  }
+  z_stream z{};
+  if (deflateInit2(&z, Z_BEST_SPEED, Z_DEFLATED, 15, 8, Z_RLE) != Z_OK) return false;
+  std::string packed(deflateBound(&z, static_cast<uLong>(raw.size())), '\0');
+  z.next_in = reinterpret_cast<Bytef*>(raw.data());
+  z.avail_in = static_cast<uInt>(raw.size());
+  z.next_out = reinterpret_cast<Bytef*>(packed.data());
+  z.avail_out = static_cast<uInt>(packed.size());
+  const bool packed_all = deflate(&z, Z_FINISH) == Z_STREAM_END;
+  packed.resize(z.total_out);
+  deflateEnd(&z);
+  if (!packed_all) return false;
+  std::string header;
+  Big32(header, static_cast<uint32_t>(width));
+  Big32(header, static_cast<uint32_t>(height));
+  header += std::string("\x08\x02\x00\x00\x00", 5);  // 8-bit RGB, no interlace
+  std::string file = "\x89PNG\r\n\x1a\n";
+  Chunk(file, "IHDR", header);
+  Chunk(file, "IDAT", packed);
+  Chunk(file, "IEND", "");
+  FILE* out = std::fopen(path.c_str(), "wb");
+  if (!out) return false;
+  const bool written = std::fwrite(file.data(), 1, file.size(), out) == file.size();
+  return std::fclose(out) == 0 && written;
+}
 
 // A cairo surface for `format` at `path`, and the way to finish it.
 class Canvas {
@@ -49,8 +112,8 @@ class Canvas {
   // Writes the picture out; the text of what failed, or "".
   std::string Finish() {
     cairo_status_t status = cairo_status(cr_);
-    if (status == CAIRO_STATUS_SUCCESS && format_ == "png") {
-      status = cairo_surface_write_to_png(surface_, path_.c_str());
+    if (status == CAIRO_STATUS_SUCCESS && format_ == "png" && !WritePng(surface_, path_)) {
+      status = CAIRO_STATUS_WRITE_ERROR;
     }
     cairo_surface_finish(surface_);
     if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_status(surface_);
