@@ -8,6 +8,7 @@
 
 #include "test_util.hpp"
 #include "tympora/measurement/curve.hpp"
+#include "tympora/node/import_observer.hpp"
 #include "tympora/records/client.hpp"
 
 namespace tympora {
@@ -138,13 +139,25 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
   const size_t input = mixed.find("<Input>", mixed.size() / 2);
   ASSERT_NE(input, std::string::npos);
   mixed.insert(input + 8, "<!--split-->");  // after the value's first character
+  // A number that is no number: dropped alike with and without an observer,
+  // which is told where.
+  std::string damaged = text;
+  const size_t bad = damaged.find("<Input>") + 7;
+  damaged.replace(bad, damaged.find('<', bad) - bad, "lots");
+  struct Recorder : ImportObserver {
+    std::vector<std::pair<ImportEvent, std::string>> events;  // with a copy of the text
+    void Dropped(const ImportEvent& e) override { events.emplace_back(e, e.text); }
+  };
   struct Case {
     const char* name;
     const std::string* text;
     bool touch_first;
+    bool observed = false;
   };
-  for (const Case& c : {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
-                        Case{"mixed halfway", &mixed, false}}) {
+  for (const Case& c :
+       {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
+        Case{"mixed halfway", &mixed, false}, Case{"observed", &text, false, true},
+        Case{"damaged", &damaged, false}, Case{"damaged, observed", &damaged, false, true}}) {
     SCOPED_TRACE(c.name);
     DOMDocument doc = DOMDocument::New();
     ASSERT_TRUE(doc.loadXML(*c.text)) << doc.parseError().reason;
@@ -153,8 +166,23 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
       EXPECT_GT(root.childNodes().length(), 0);
     }
     auto imported = std::make_shared<CClients>();
-    ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
-    EXPECT_EQ(CompareTrees(*original, *imported), "");
+    Recorder recorder;
+    const StatusPtr status = c.observed ? ImportXMLNodeObserved(*imported, root, recorder)
+                                        : imported->ImportXMLNode(root);
+    ASSERT_EQ(status->Number(), 0);
+    if (c.text != &damaged) {
+      EXPECT_EQ(CompareTrees(*original, *imported), "");
+      EXPECT_TRUE(recorder.events.empty());
+      continue;
+    }
+    EXPECT_NE(CompareTrees(*original, *imported).find("/Input: "), std::string::npos);
+    if (!c.observed) continue;
+    ASSERT_EQ(recorder.events.size(), 1u);
+    const auto& [e, dropped_text] = recorder.events[0];
+    EXPECT_EQ(e.kind, ImportDrop::NotANumber);
+    EXPECT_EQ(e.record, "CurveDatum");
+    EXPECT_EQ(dropped_text, "lots");
+    EXPECT_EQ(damaged.substr(static_cast<size_t>(e.offset) - 1, 7), "<Input>");
   }
 }
 

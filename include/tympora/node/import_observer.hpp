@@ -36,7 +36,8 @@ struct ImportEvent {
 class ImportObserver {
  public:
   virtual ~ImportObserver() = default;
-  // Called once per event; what it raises ends the import with that failure.
+  // Called once per event; `event.name` and `event.text` are valid during
+  // the call only. What it raises ends the import with that failure.
   virtual void Dropped(const ImportEvent& event) = 0;
 };
 
