@@ -197,7 +197,7 @@ Calibration Calibrate(const Workspace& ws) {
   int64_t bytes[2];
   const int32_t clients[2] = {1, 6};
   for (int i = 0; i < 2; ++i) {
-    Require(support::BuildClinic(ShapeFor(clients[i]))->ExportXMLPath(path), "ExportXMLPath");
+    Require(support::BuildScrambledClinic(ShapeFor(clients[i]))->ExportXMLPath(path), "ExportXMLPath");
     bytes[i] = FileSize(path);
   }
   Calibration c;
@@ -345,7 +345,7 @@ SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const Wo
   ReleaseFreeMemory();
   const int64_t before = ResidentBytes();
   const double start = Now(o.clock);
-  std::shared_ptr<CClients> tree = support::BuildClinic(ShapeFor(r.clients));
+  std::shared_ptr<CClients> tree = support::BuildScrambledClinic(ShapeFor(r.clients));
   r.build_seconds = Now(o.clock) - start;
   r.tree_bytes = ResidentBytes() - before;
   for (const auto& [name, count] : support::CountRecords(*tree)) {

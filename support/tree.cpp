@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tympora/node/compare.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/records/client.hpp"
 
@@ -104,8 +105,6 @@ void Grow(RecordBase& record, const TreeShape& shape, uint64_t& seed, double nul
   }
 }
 
-std::string Where(const CNode& node) { return node.NodeName() + " " + std::to_string(node.ID()); }
-
 }  // namespace
 
 void FillRecord(RecordBase& record, uint64_t& seed, double null_share) {
@@ -120,7 +119,7 @@ void FillRecord(RecordBase& record, uint64_t& seed, double null_share) {
   }
 }
 
-std::shared_ptr<CClients> BuildClinic(const TreeShape& shape) {
+std::shared_ptr<CClients> BuildScrambledClinic(const TreeShape& shape) {
   auto clients = std::make_shared<CClients>();
   uint64_t seed = shape.seed;
   clients->ID(1);
@@ -129,37 +128,8 @@ std::shared_ptr<CClients> BuildClinic(const TreeShape& shape) {
 }
 
 std::string CompareTrees(const CNode& a, const CNode& b) {
-  const auto* ra = dynamic_cast<const RecordBase*>(&a);
-  const auto* rb = dynamic_cast<const RecordBase*>(&b);
-  if (!ra || !rb || &ra->Info() != &rb->Info())
-    return Where(a) + ": class differs from " + Where(b);
-  if (a.ID() != b.ID()) return Where(a) + ": ID differs from " + std::to_string(b.ID());
-  for (const PropertyDef& p : ra->Info().properties) {
-    if (ra->IsPropertyNull(p) != rb->IsPropertyNull(p)) {
-      return Where(a) + ": null flag of " + std::string(p.element) + " differs";
-    }
-    const Variant va = ra->GetProperty(p), vb = rb->GetProperty(p);
-    if (!(va == vb)) {
-      return Where(a) + ": " + std::string(p.element) + " is \"" + ToString(va) + "\" against \"" +
-             ToString(vb) + "\"";
-    }
-  }
-  for (const ChildListDef& list : ra->Info().children) {
-    const NodeCollection* la = list.list(*ra);
-    const NodeCollection* lb = list.list(*rb);
-    const int32_t na = la ? la->Count() : 0, nb = lb ? lb->Count() : 0;
-    if (na != nb) {
-      return Where(a) + ": " + std::to_string(na) + " against " + std::to_string(nb) + " " +
-             std::string(list.property);
-    }
-    for (int32_t i = 1; i <= na; ++i) {
-      if (la->Key(i) != lb->Key(i))
-        return Where(a) + ": key " + la->Key(i) + " against " + lb->Key(i);
-      std::string diff = CompareTrees(*la->NodeItem(i), *lb->NodeItem(i));
-      if (!diff.empty()) return diff;
-    }
-  }
-  return {};
+  const std::vector<RecordDifference> differences = CompareRecords(a, b, 1);
+  return differences.empty() ? std::string() : differences.front().Text();
 }
 
 std::shared_ptr<CCurve> FirstCurve(const CClients& clients) {

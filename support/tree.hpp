@@ -1,6 +1,6 @@
-// Clinic trees for tests, benchmarks and the command-line demo: a builder of
-// realistic record trees of a given size, a deep comparison of two trees, and
-// counts per level. Not part of the installed library.
+// Clinic trees for tests, benchmarks and the command-line demo: builders of
+// record trees of a given size, a comparison of two trees, and counts per
+// level. Not part of the installed library.
 #pragma once
 
 #include <cstdint>
@@ -27,17 +27,26 @@ struct TreeShape {
 };
 
 // A client list of `shape`'s size with every property of every client set
-// (texts with markup characters, non-ASCII letters, leading and trailing
-// blanks and empty strings among them); below the clients about one value in
-// ten is left Null. Every value survives an export and import exactly.
-std::shared_ptr<CClients> BuildClinic(const TreeShape& shape);
+// to scrambled values that probe the file format (texts with markup
+// characters, non-ASCII letters, leading and trailing blanks and empty
+// strings, numbers and dates far out of any real range); below the clients
+// about one value in ten is left Null. Every value survives an export and
+// import exactly. For tests and benchmarks.
+std::shared_ptr<CClients> BuildScrambledClinic(const TreeShape& shape);
+
+// A client list of `shape`'s size that looks like a real clinic: ordinary
+// names, models and places, test dates in the past, curve points at
+// audiometric frequencies from 125 Hz to 8 kHz in order with plausible
+// input and output levels; values a clinic would not record stay Null.
+// Every value survives an export and import exactly.
+std::shared_ptr<CClients> BuildDemoClinic(const TreeShape& shape);
 
 // Fills every property of `record` with generated values (`null_share` of
 // them, 0 to 1, left Null) from the generator state `seed`.
 void FillRecord(RecordBase& record, uint64_t& seed, double null_share);
 
-// The first difference between two trees (class, ID, a value, a null flag,
-// a list's length, key or order), or the empty text when they are equal.
+// The first difference between two trees as CompareRecords words it, or the
+// empty text when they are equal.
 std::string CompareTrees(const CNode& a, const CNode& b);
 
 // The first curve of the first client's first aid, session and

@@ -69,7 +69,7 @@ std::shared_ptr<CClients> TinyClinic() {
   shape.curves = 1;
   shape.curve_points = 2;
   shape.distortion_points = 1;
-  return support::BuildClinic(shape);
+  return support::BuildScrambledClinic(shape);
 }
 
 void ExpectOutOfMemory(const StatusPtr& status) {

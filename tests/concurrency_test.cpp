@@ -33,7 +33,7 @@ std::string RoundTrips(int index, const std::string& path) {
   shape.distortion_points = 2;
   shape.seed = static_cast<uint32_t>(index + 1);
   for (int round = 0; round < kRounds; ++round) {
-    const auto tree = support::BuildClinic(shape);
+    const auto tree = support::BuildScrambledClinic(shape);
     const StatusPtr exported = tree->ExportXMLPath(path);
     if (exported->Number() != 0) return "export: " + exported->Description();
     DOMDocument doc = DOMDocument::New();

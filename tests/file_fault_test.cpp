@@ -42,7 +42,7 @@ std::shared_ptr<CClients> SmallClinic() {
   shape.clients = 2;
   shape.curve_points = 2;
   shape.distortion_points = 1;
-  return support::BuildClinic(shape);
+  return support::BuildScrambledClinic(shape);
 }
 
 bool IsLink(const std::string& path) {

@@ -398,7 +398,7 @@ TEST(HostileTest, ValuesXmlCannotCarryFailTheExportAndWriteNothing) {
   shape.curve_points = 3;
   for (const Uncarriable& row : rows) {
     SCOPED_TRACE(row.name);
-    auto clients = support::BuildClinic(shape);
+    auto clients = support::BuildScrambledClinic(shape);
     row.set(*clients);
     const std::string path = dir / "out.xml";
     { std::ofstream(path) << "the previous export"; }

@@ -96,7 +96,7 @@ TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
                              .curve_points = 3,
                              .distortion_points = static_cast<int32_t>(seed % 2),
                              .seed = seed};
-    auto clients = support::BuildClinic(shape);
+    auto clients = support::BuildScrambledClinic(shape);
     uint64_t state = seed;
     if (seed % 2 == 0) Scramble(*clients, state);
     clients->ID(seed % 3 == 0 ? -static_cast<int32_t>(seed) : static_cast<int32_t>(seed));
@@ -112,7 +112,7 @@ TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
 
 TEST(RecordWriterTest, EveryRecordClassAsTheRoot) {
   TempDir dir;
-  auto clients = support::BuildClinic({.clients = 1,
+  auto clients = support::BuildScrambledClinic({.clients = 1,
                                        .aids = 1,
                                        .sessions = 1,
                                        .examinations = 1,
@@ -160,7 +160,7 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    auto clients = support::BuildClinic({.clients = 2,
+    auto clients = support::BuildScrambledClinic({.clients = 2,
                                          .aids = 1,
                                          .sessions = 1,
                                          .examinations = 1,

@@ -1,14 +1,19 @@
 #include "tree.hpp"
+#include "tables.hpp"
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <sstream>
+
 #include "test_util.hpp"
 #include "tympora/measurement/curve.hpp"
+#include "tympora/node/import_observer.hpp"
 #include "tympora/records/client.hpp"
 
 namespace tympora {
 namespace {
-using support::BuildClinic;
+using support::BuildScrambledClinic;
 using support::CompareTrees;
 using support::TreeShape;
 using testing::ReadFile;
@@ -31,7 +36,7 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
     testing::LocaleGuard guard(locale);
     TempDir dir;
     TreeShape shape;  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
-    auto original = BuildClinic(shape);
+    auto original = BuildScrambledClinic(shape);
     StatusPtr status = original->ExportXMLPath(dir / "clinic.xml");
     ASSERT_EQ(status->Number(), 0) << status->Description();
 
@@ -57,7 +62,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
                   .curve_points = 2,
                   .distortion_points = 1,
                   .seed = 7};
-  auto a = BuildClinic(small);
+  auto a = BuildScrambledClinic(small);
   const struct {
     const char* name;
     std::function<void(CClients&)> change;
@@ -69,18 +74,33 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
          auto client = c.Clients()->Item(2);
          client->SetPropertyNull(client->Info().properties[0]);
        },
-       "null flag"},
-      {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); }, "ID"},
+       "-> Null"},
+      {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); },
+       "Clients/ClientOrPatient[1]/ID: \"1\" -> \"99\""},
       {"a point list",
        [](CClients& c) {
          auto curve = support::FirstCurve(c);
          curve->ResetCurveData();
        },
-       "CurveData"},
+       "/Curve[1]/CurveDatum[1]: removed"},
+      {"a client added",
+       [](CClients& c) {
+         auto client = std::make_shared<CClient>();
+         client->ID(5);
+         c.AddClient(client);
+       },
+       "Clients/ClientOrPatient[5]: added"},
+      {"another order",
+       [](CClients& c) {
+         auto first = c.Clients()->Item(1);
+         c.Clients()->Remove(1);
+         c.AddClient(first);
+       },
+       "Clients/ClientOrPatient: another order"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    auto b = BuildClinic(small);
+    auto b = BuildScrambledClinic(small);
     EXPECT_EQ(CompareTrees(*a, *b), "");
     row.change(*b);
     EXPECT_NE(CompareTrees(*a, *b).find(row.expected), std::string::npos) << CompareTrees(*a, *b);
@@ -88,7 +108,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
 }
 
 TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
-  auto clients = BuildClinic(TreeShape{.clients = 50, .aids = 0});
+  auto clients = BuildScrambledClinic(TreeShape{.clients = 50, .aids = 0});
   bool markup = false, blanks = false, empty = false, non_ascii = false;
   for (const auto& client : *clients->Clients()) {
     for (const PropertyDef& p : client->Info().properties) {
@@ -111,7 +131,7 @@ TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
 TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
   TreeShape shape;
   shape.clients = 3;
-  auto original = BuildClinic(shape);
+  auto original = BuildScrambledClinic(shape);
   DOMDocument exported = DOMDocument::New();
   ASSERT_EQ(original->ExportXMLDocument(exported)->Number(), 0);
   const std::string text = exported.xml();
@@ -119,13 +139,25 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
   const size_t input = mixed.find("<Input>", mixed.size() / 2);
   ASSERT_NE(input, std::string::npos);
   mixed.insert(input + 8, "<!--split-->");  // after the value's first character
+  // A number that is no number: dropped alike with and without an observer,
+  // which is told where.
+  std::string damaged = text;
+  const size_t bad = damaged.find("<Input>") + 7;
+  damaged.replace(bad, damaged.find('<', bad) - bad, "lots");
+  struct Recorder : ImportObserver {
+    std::vector<std::pair<ImportEvent, std::string>> events;  // with a copy of the text
+    void Dropped(const ImportEvent& e) override { events.emplace_back(e, e.text); }
+  };
   struct Case {
     const char* name;
     const std::string* text;
     bool touch_first;
+    bool observed = false;
   };
-  for (const Case& c : {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
-                        Case{"mixed halfway", &mixed, false}}) {
+  for (const Case& c :
+       {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
+        Case{"mixed halfway", &mixed, false}, Case{"observed", &text, false, true},
+        Case{"damaged", &damaged, false}, Case{"damaged, observed", &damaged, false, true}}) {
     SCOPED_TRACE(c.name);
     DOMDocument doc = DOMDocument::New();
     ASSERT_TRUE(doc.loadXML(*c.text)) << doc.parseError().reason;
@@ -134,9 +166,54 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
       EXPECT_GT(root.childNodes().length(), 0);
     }
     auto imported = std::make_shared<CClients>();
-    ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
-    EXPECT_EQ(CompareTrees(*original, *imported), "");
+    Recorder recorder;
+    const StatusPtr status = c.observed ? ImportXMLNodeObserved(*imported, root, recorder)
+                                        : imported->ImportXMLNode(root);
+    ASSERT_EQ(status->Number(), 0);
+    if (c.text != &damaged) {
+      EXPECT_EQ(CompareTrees(*original, *imported), "");
+      EXPECT_TRUE(recorder.events.empty());
+      continue;
+    }
+    EXPECT_NE(CompareTrees(*original, *imported).find("/Input: "), std::string::npos);
+    if (!c.observed) continue;
+    ASSERT_EQ(recorder.events.size(), 1u);
+    const auto& [e, dropped_text] = recorder.events[0];
+    EXPECT_EQ(e.kind, ImportDrop::NotANumber);
+    EXPECT_EQ(e.record, "CurveDatum");
+    EXPECT_EQ(dropped_text, "lots");
+    EXPECT_EQ(damaged.substr(static_cast<size_t>(e.offset) - 1, 7), "<Input>");
   }
+}
+
+// docs/file-format.md lists, for every record element, each value element
+// with its type, in the order the tables write them.
+TEST(TreeTest, FileFormatDocumentFollowsTheRecordTables) {
+  const std::string doc = ReadFile(std::string(TYMPORA_TEST_DATA) + "/../../docs/file-format.md");
+  ASSERT_FALSE(doc.empty());
+  std::map<std::string, std::vector<std::string>> documented;
+  std::vector<std::string>* rows = nullptr;
+  std::istringstream lines(doc);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("### `")) {
+      rows = &documented[line.substr(5, line.find('`', 5) - 5)];
+    } else if (rows && line.starts_with("| `")) {
+      const size_t end = line.find('`', 3);
+      const size_t type = line.find("| ", end) + 2;
+      rows->push_back(line.substr(3, end - 3) + " " +
+                      line.substr(type, line.find(' ', type) - type));
+    }
+  }
+  for (const RecordInfo* info : support::RecordTables()) {
+    SCOPED_TRACE(info->node_name);
+    std::vector<std::string> expected;
+    for (const PropertyDef& p : info->properties) {
+      expected.push_back(std::string(p.element) + " " + std::string(support::KindName(p.Kind())));
+    }
+    EXPECT_EQ(documented[std::string(info->node_name)], expected);
+    documented.erase(std::string(info->node_name));
+  }
+  EXPECT_TRUE(documented.empty()) << documented.begin()->first;
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "tree.hpp"
+#include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
 
 namespace tympora::cli {
@@ -167,6 +168,15 @@ std::string CountLines(const CNode& root, std::string_view indent) {
   }
   for (const auto& [name, count] : counts) line(name, count);
   return out;
+}
+
+std::string ValueText(const RecordBase& record, std::string_view element) {
+  for (const PropertyDef& p : record.Info().properties) {
+    if (p.element != element) continue;
+    if (record.IsPropertyNull(p)) return {};
+    return OneLine(ToString(record.GetProperty(p)));
+  }
+  return {};
 }
 
 namespace {

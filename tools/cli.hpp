@@ -119,6 +119,10 @@ std::string Printable(std::string_view text);
 // blanks, blanks at both ends are removed, and the rest is made Printable.
 std::string OneLine(std::string_view text);
 
+// The value of `record`'s property written as `element`, as one line of
+// text (OneLine); the empty text when it is Null or there is no such property.
+std::string ValueText(const RecordBase& record, std::string_view element);
+
 // Seconds as "0.42 s".
 std::string Seconds(std::chrono::steady_clock::duration elapsed);
 

@@ -27,4 +27,19 @@ int RunRoundtrip(const Arguments& args);
 const CommandSpec& DescribeSpec();
 int RunDescribe(const Arguments& args);
 
+const CommandSpec& ValidateSpec();
+int RunValidate(const Arguments& args);
+
+const CommandSpec& DiffSpec();
+int RunDiff(const Arguments& args);
+
+const CommandSpec& CsvSpec();
+int RunCsv(const Arguments& args);
+
+const CommandSpec& SchemaSpec();
+int RunSchema(const Arguments& args);
+
+const CommandSpec& PlotSpec();
+int RunPlot(const Arguments& args);
+
 }  // namespace tympora::cli

@@ -95,7 +95,7 @@ int RunDemo(const Arguments& args) {
   std::shared_ptr<CClients> clinic, copy;
   DOMDocument document;
   const auto built =
-      Timed("building the clinic", progress, [&] { clinic = support::BuildClinic(shape); });
+      Timed("building the clinic", progress, [&] { clinic = support::BuildDemoClinic(shape); });
   const auto exported =
       Timed("exporting", progress, [&] { ThrowIfFailed(clinic->SaveXMLPath(file.Path())); });
   const auto loaded = Timed("loading", progress, [&] { document = LoadFile(file.Path()); });

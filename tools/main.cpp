@@ -14,8 +14,11 @@ namespace tympora::cli {
 namespace {
 
 constexpr Command kCommands[] = {
-    {DemoSpec, RunDemo},           {ShowSpec, RunShow},         {CheckSpec, RunCheck},
-    {RoundtripSpec, RunRoundtrip}, {DescribeSpec, RunDescribe},
+    {DemoSpec, RunDemo},         {ShowSpec, RunShow},
+    {CheckSpec, RunCheck},       {RoundtripSpec, RunRoundtrip},
+    {DescribeSpec, RunDescribe}, {ValidateSpec, RunValidate},
+    {SchemaSpec, RunSchema},     {DiffSpec, RunDiff},
+    {PlotSpec, RunPlot},         {CsvSpec, RunCsv},
 };
 
 const Command* FindCommand(std::string_view name) {

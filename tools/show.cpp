@@ -10,17 +10,6 @@
 namespace tympora::cli {
 namespace {
 
-// The value of the property written as `element`, as one line of text; the
-// empty text when it is Null or the record has no such property.
-std::string Text(const RecordBase& record, std::string_view element) {
-  for (const PropertyDef& p : record.Info().properties) {
-    if (p.element != element) continue;
-    if (record.IsPropertyNull(p)) return {};
-    return OneLine(ToString(record.GetProperty(p)));
-  }
-  return {};
-}
-
 // The non-empty parts joined by `separator`.
 std::string Join(std::initializer_list<std::string> parts, std::string_view separator) {
   std::string out;
@@ -41,7 +30,7 @@ std::string Head(std::string_view indent, std::string_view what, const CNode& re
 }
 
 std::string CurveLine(const CCurve& curve) {
-  const std::string name = Text(curve, "Name");
+  const std::string name = ValueText(curve, "Name");
   std::string line = "          Curve " + std::to_string(curve.ID()) + " " +
                      (name.empty() ? "(no name)" : "\"" + name + "\"") + ": ";
   const auto& points = *curve.CurveData();
@@ -60,27 +49,31 @@ std::string CurveLine(const CCurve& curve) {
 }
 
 void ShowExamination(const CExamination& exam, std::string& out) {
-  out += Head("        ", "Examination", exam) + Or(Text(exam, "TestName"), "(no name)") + "\n";
+  out +=
+      Head("        ", "Examination", exam) + Or(ValueText(exam, "TestName"), "(no name)") + "\n";
   for (const auto& curve : *exam.Curves()) {
     out += CurveLine(*curve) + "\n";
   }
 }
 
 void ShowClient(const CClient& client, std::string& out) {
-  const std::string name = Join({Text(client, "FirstName"), Text(client, "LastName")}, " ");
-  const std::string number = Text(client, "Number");
+  const std::string name =
+      Join({ValueText(client, "FirstName"), ValueText(client, "LastName")}, " ");
+  const std::string number = ValueText(client, "Number");
   out += Head("  ", "Client", client) +
          Join({Or(name, "(no name)"), number.empty() ? "" : "number " + number}, ", ") + "\n";
   for (const auto& aid : *client.Aids()) {
     const std::string model =
-        Join({Text(*aid, "ManufacturerName"), Text(*aid, "HearingAidModel")}, " ");
-    const std::string ear = Text(*aid, "AidEar");
+        Join({ValueText(*aid, "ManufacturerName"), ValueText(*aid, "HearingAidModel")}, " ");
+    const std::string ear = ValueText(*aid, "AidEar");
     out += Head("    ", "Aid", *aid) +
            Join({Or(model, "(no model)"), ear.empty() ? "" : ear + " ear"}, ", ") + "\n";
     for (const auto& session : *aid->TestDefinitions()) {
-      out += Head("      ", "Session", *session) +
-             Join({Or(Text(*session, "TestDate"), "(no date)"), Text(*session, "TestType")}, ", ") +
-             "\n";
+      out +=
+          Head("      ", "Session", *session) +
+          Join({Or(ValueText(*session, "TestDate"), "(no date)"), ValueText(*session, "TestType")},
+               ", ") +
+          "\n";
       for (const auto& exam : *session->Examinations()) ShowExamination(*exam, out);
     }
   }

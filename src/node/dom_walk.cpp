@@ -5,6 +5,7 @@
 
 #include "node/dom_internal.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/import_observer.hpp"
 
 namespace tympora::detail {
 namespace {
@@ -90,6 +91,20 @@ std::string_view ElementView::Text(std::string& scratch) const {
   return scratch;
 }
 
+int64_t ElementView::SourceOffset() const noexcept {
+  if (IsAttrHandle(node_)) return -1;
+  return static_cast<int64_t>(NodeOf(node_).offset_debug());
+}
+
 DOMNode ElementView::Handle() const { return DocImpl::MakeNode(DocImpl::DocOf(*origin_), node_); }
 
 }  // namespace tympora::detail
+
+namespace tympora {
+
+int64_t SourceOffset(const DOMNode& node) noexcept {
+  if (!node) return -1;
+  return detail::ElementView::Of(node).SourceOffset();
+}
+
+}  // namespace tympora

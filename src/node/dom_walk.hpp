@@ -8,6 +8,7 @@
 // in order is the same as fetching each position afresh.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,9 @@ class ElementView {
   std::string_view Text(std::string& scratch) const;
   // A handle of the node, for the general DOM road.
   DOMNode Handle() const;
+  // The byte offset of the element's name in the text that was parsed, or -1
+  // when the tree does not know it (a node made by createElement).
+  int64_t SourceOffset() const noexcept;
 
   // Calls `visit(child)` for every child element, in document order; text,
   // comments and other nodes are passed over. Whatever `visit` raises ends

@@ -10,6 +10,7 @@
 #include "node/record_table.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/import_observer.hpp"
 #include "tympora/node/node_utility.hpp"
 
 namespace tympora {
@@ -27,14 +28,27 @@ bool ContainsTrue(std::string_view text) {
   return it != text.end();
 }
 
+// Tells the thread's import observer, when there is one, that `element` of
+// the record `record` was passed over. Called only where something is.
+void Dropped(ImportDrop kind, const RecordInfo& record, const detail::ElementView& element,
+             std::string_view name, std::string_view text) {
+  ImportObserver* observer = detail::CurrentImportObserver();
+  if (observer == nullptr) return;
+  observer->Dropped({kind, element.Handle(), record.node_name, name, text, element.SourceOffset()});
+}
+
 // ReadNodeID, on the fast road for an element: the "id" attribute, when
 // present and numeric, becomes the ID. Any other node takes ReadNodeID,
 // which reports what a node without attributes cannot give.
-void ReadID(const detail::ElementView& node, int32_t& id) {
+void ReadID(const RecordInfo& info, const detail::ElementView& node, int32_t& id) {
   std::string_view text;
   if (node.Attribute("id", text)) {
     double number;
-    if (detail::ReadNumber(text, number)) id = ToInt32(number);
+    if (detail::ReadNumber(text, number)) {
+      id = ToInt32(number);
+    } else {
+      Dropped(ImportDrop::BadId, info, node, "id", text);
+    }
   } else if (!node.IsElement()) {
     ReadNodeID(node.Handle(), id);
   }
@@ -45,6 +59,9 @@ void ReadID(const detail::ElementView& node, int32_t& id) {
 // date leaves the property as it was.
 void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::ElementView& element,
                     std::string& scratch) {
+  const auto drop = [&](ImportDrop kind, std::string_view text) {
+    Dropped(kind, record.Info(), element, p.element, text);
+  };
   if (element.IsNullMarked()) {
     record.SetPropertyNull(p);
     return;
@@ -56,19 +73,21 @@ void ImportProperty(RecordBase& record, const PropertyDef& p, const detail::Elem
       return;
     case PropKind::Int32: {
       double number;
-      if (detail::ReadNumber(text, number)) {
-        const int32_t v = ToInt32(number);
-        if (!p.accepts || p.accepts(v)) FieldOf<int32_t>(p, record).Set(v);
-      }
+      if (!detail::ReadNumber(text, number)) return drop(ImportDrop::NotANumber, text);
+      const int32_t v = ToInt32(number);
+      if (p.accepts && !p.accepts(v)) return drop(ImportDrop::Rejected, text);
+      FieldOf<int32_t>(p, record).Set(v);
       return;
     }
     case PropKind::Double: {
       double number;
-      if (detail::ReadNumber(text, number)) FieldOf<double>(p, record).Set(number);
+      if (!detail::ReadNumber(text, number)) return drop(ImportDrop::NotANumber, text);
+      FieldOf<double>(p, record).Set(number);
       return;
     }
     case PropKind::Date:
-      if (IsDateValue(text)) FieldOf<Date>(p, record).Set(ToDate(text));
+      if (!IsDateValue(text)) return drop(ImportDrop::NotADate, text);
+      FieldOf<Date>(p, record).Set(ToDate(text));
       return;
     case PropKind::Bool:
       FieldOf<bool>(p, record).Set(ContainsTrue(text));
@@ -244,7 +263,7 @@ StatusPtr RecordBase::ImportXMLNode(const DOMNode& ThisNode) {
 // anywhere below rises to the frame of the record the host imports.
 void RecordBase::ImportContent(const detail::ElementView& node) {
   const RecordInfo& info = Info();
-  ReadID(node, id_);
+  ReadID(info, node, id_);
   std::string scratch;
   // Elements mostly come in table order: each name is first compared with
   // the one expected next, and looked up only when it differs.
@@ -253,14 +272,20 @@ void RecordBase::ImportContent(const detail::ElementView& node) {
     int i = expected;
     if (i == RecordInfo::kNone || !child.NameIs(info.ElementOf(i))) {
       i = info.FindElement(child.LocalName());
-      if (i == RecordInfo::kNone) return;
+      if (i == RecordInfo::kNone) {
+        Dropped(ImportDrop::UnknownElement, info, child, child.LocalName(), {});
+        return;
+      }
     }
     expected = info.Guess(i);
     if (i >= 0) {
       ImportProperty(*this, info.properties[static_cast<size_t>(i)], child, scratch);
       return;
     }
-    if (child.IsNullMarked()) return;
+    if (child.IsNullMarked()) {
+      Dropped(ImportDrop::NullRecord, info, child, child.LocalName(), {});
+      return;
+    }
     const ChildListDef& list = info.children[static_cast<size_t>(-1 - i)];
     std::shared_ptr<CNode> record = list.create();
     static_cast<RecordBase&>(*record).ImportContent(child);

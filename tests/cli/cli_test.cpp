@@ -10,10 +10,14 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "tree.hpp"
+#include "tympora/node/locale.hpp"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -206,6 +210,10 @@ TEST_F(CliTest, UsageErrorsExplainAndExitWithTwo) {
       {{"show", "f.xml", "--client", "x"}, "--client must be a whole number"},
       {{"check", "--client=3", "f.xml"}, "tympora check: unknown option '--client'"},
       {{"frob\x1b]0;x\x07\xE2\x80\xAE"}, "tympora: unknown command 'frob\\x1b]0;x\\x07\\u202e'"},
+      {{"diff", "a.xml"}, "tympora diff: missing operand (expected A B)"},
+      {{"plot", "f.xml"}, "tympora plot: --out DIR is required"},
+      {{"plot", "f.xml", "--out", "d", "--format", "gif"}, "--format must be svg, png or pdf"},
+      {{"schema", "extra"}, "tympora schema: unexpected operand 'extra'"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.args));
@@ -242,7 +250,8 @@ TEST_F(CliTest, EverySubcommandHasHelp) {
     EXPECT_EQ(r.out.substr(0, r.out.find('\n')), c.first_line);
   }
   const Result top = Run({"--help"});
-  for (const char* command : {"demo", "show", "check", "roundtrip", "describe"}) {
+  for (const char* command : {"demo", "show", "check", "roundtrip", "describe", "validate",
+                              "schema", "diff", "plot", "csv"}) {
     EXPECT_NE(top.out.find(std::string("\n  ") + command + " "), std::string::npos) << command;
   }
   EXPECT_EQ(Run({"--version"}).out, "tympora " TYMPORA_VERSION "\n");
@@ -464,6 +473,225 @@ TEST_F(CliTest, AnOutputThatCannotBeWrittenIsAFailure) {
   const Result r = Run({"describe"}, "/dev/full");
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "tympora: cannot write the output\n");
+}
+
+// Damaged files and what validate reports for each, as "line rule" in
+// document order; `body` is set into a client.
+TEST_F(CliTest, ValidateReportsEveryDroppedValueWithItsLine) {
+  struct Case {
+    std::string text;
+    std::vector<std::string> expected;
+  };
+  auto client = [](const std::string& body) {
+    return "<?xml version=\"1.0\"?>\n<Clients id=\"1\">\n<ClientOrPatient id=\"2\">\n" + body +
+           "\n</ClientOrPatient>\n</Clients>\n";
+  };
+  const std::string point = "<ClientAid id=\"1\"><TestSession id=\"1\"><Examination id=\"1\">\n";
+  const Case cases[] = {
+      {client("<BirthDate>yesterday</BirthDate>"), {"4 not-a-date"}},
+      {client("<BirthDate>14.07.1950</BirthDate>"), {"4 date-in-other-locale"}},
+      {client("<Frist>Ann</Frist>\n<firstname>Ann</firstname>"),
+       {"4 unknown-element", "5 letter-case"}},
+      {client("<FirstName>Ann</FirstName>\n<FirstName>Bo</FirstName>"), {"5 duplicate"}},
+      {client("<LastName null=\"true\">Smith</LastName>"), {"4 null-with-text"}},
+      {client("stray <Number>1</Number>"), {"4 text-outside"}},
+      {client(
+           "<ClientAid id=\"\"><TestSession id=\"abc\"/></ClientAid>\n<ClientAid null=\"true\"/>"),
+       {"4 bad-id", "4 bad-id", "5 null-record"}},
+      {client(point + "<NumberOfCurves>-2</NumberOfCurves><Curve id=\"1\">\n" +
+              "<CurveDatum id=\"1\"><Frequency>lots</Frequency></CurveDatum>\n" +
+              "<CurveDatum id=\"2\"><Frequency>200000</Frequency><Input>1,5</Input></CurveDatum>" +
+              "\n</Curve></Examination></TestSession></ClientAid>"),
+       {"5 out-of-range", "6 not-a-number", "7 out-of-range", "7 not-a-number"}},
+      {"<svg xmlns=\"http://www.w3.org/2000/svg\">\n  <rect width=\"1\"/>\n</svg>",
+       {"1 document-element", "2 unknown-element"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const std::string file = Path("damaged.xml").string();
+    WriteFile(file, c.text);
+    const Result r = Run({"validate", file});
+    EXPECT_EQ(r.status, 1) << r.err;
+    std::vector<std::string> found;
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);) {
+      if (!line.starts_with(file + ":") || line.find(": nothing dropped") != std::string::npos) {
+        continue;
+      }
+      const std::string rest = line.substr(file.size() + 1);
+      const size_t column = rest.find(':'), rule = rest.find(": ");
+      if (column == std::string::npos || rule == std::string::npos) continue;
+      found.push_back(rest.substr(0, column) + " " +
+                      rest.substr(rule + 2, rest.find(':', rule + 2) - rule - 2));
+    }
+    if (!found.empty() && found.back().find("place(s)") != std::string::npos) found.pop_back();
+    EXPECT_EQ(found, c.expected) << r.out;
+  }
+  // The same findings as JSON, with columns.
+  const std::string file = Path("json.xml").string();
+  WriteFile(file, client("<Frist>Ann</Frist>"));
+  const Result json = Run({"validate", "--json", file});
+  EXPECT_EQ(json.status, 1);
+  EXPECT_NE(json.out.find("{\"line\": 4, \"column\": 1, \"rule\": \"unknown-element\""),
+            std::string::npos)
+      << json.out;
+}
+
+TEST_F(CliTest, ValidateFindsNothingInGoldenAndExportedFiles) {
+  const std::string data = TYMPORA_TEST_DATA;
+  const std::string scrambled = Path("scrambled.xml").string();
+  const tympora::StatusPtr status =
+      tympora::support::BuildScrambledClinic({.clients = 3, .curve_points = 3, .seed = 5})
+          ->ExportXMLPath(scrambled);
+  ASSERT_TRUE(!status || status->Number() == 0) << status->Description();
+  for (const std::string& file : {data + "/clients_small.xml", scrambled, Demo(2, "demo.xml")}) {
+    SCOPED_TRACE(file);
+    const Result r = Run({"validate", file});
+    EXPECT_EQ(r.status, 0) << r.out << r.err;
+    EXPECT_EQ(r.out, file + ": nothing dropped\n");
+  }
+}
+
+// Runs xmllint on `file` against `schema`; true when it validates.
+bool SchemaValid(const std::string& schema, const std::string& file) {
+  const std::string command =
+      "xmllint --noout --schema '" + schema + "' '" + file + "' >/dev/null 2>&1";
+  return std::system(command.c_str()) == 0;
+}
+
+TEST_F(CliTest, SchemaValidatesWhatTymporaWritesAndRefusesBrokenFiles) {
+  const std::string schema = Path("tympora.xsd").string();
+  ASSERT_EQ(Run({"schema"}, schema).status, 0);
+  const std::string data = TYMPORA_TEST_DATA;
+  for (const char* golden :
+       {"clients_small.xml", "curve_new.xml", "curve_points.xml", "test_definition.xml"}) {
+    EXPECT_TRUE(SchemaValid(schema, data + "/" + golden)) << golden;
+  }
+  // Scrambled trees, exported in locales whose dates differ.
+  for (const char* locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
+    tympora::SetLocale(locale);
+    auto tree = tympora::support::BuildScrambledClinic(
+        {.clients = 3, .curve_points = 3, .distortion_points = 2, .seed = 11});
+    const std::string file = Path(std::string("scrambled_") + locale + ".xml").string();
+    const tympora::StatusPtr status = tree->ExportXMLPath(file);
+    ASSERT_TRUE(!status || status->Number() == 0) << status->Description();
+    EXPECT_TRUE(SchemaValid(schema, file)) << locale;
+  }
+  tympora::SetLocale("C");
+  const std::string demo = Demo(1, "demo.xml");
+  EXPECT_TRUE(SchemaValid(schema, demo));
+  // A file broken in one place each way is refused.
+  const std::string text = ReadFile(demo);
+  const std::pair<std::string, std::string> breaks[] = {
+      {"<Frequency>125</Frequency>", "<Frequency>lots</Frequency>"},
+      {"<FirstName>", "<Frist>"},
+      {"<Deleted>False</Deleted>", "<Deleted>maybe</Deleted>"},
+      {"<ClientAid id=\"1\">", "<ClientAid>"},
+      {"<BirthDate>", "<LastEntryDate null=\"true\"/><BirthDate>"},
+  };
+  for (const auto& [from, to] : breaks) {
+    SCOPED_TRACE(to);
+    const size_t at = text.find(from);
+    ASSERT_NE(at, std::string::npos);
+    std::string broken = text;
+    broken.replace(at, from.size(), to);
+    const std::string file = Path("broken.xml").string();
+    WriteFile(file, broken);
+    EXPECT_FALSE(SchemaValid(schema, file));
+  }
+}
+
+TEST_F(CliTest, DiffListsRecordLevelDifferences) {
+  const std::string a = Demo(2, "a.xml");
+  std::string text = ReadFile(a);
+  const std::string model = "<HearingAidModel>";
+  const size_t at = text.find(model, text.find("<ClientOrPatient id=\"2\">"));
+  const size_t end = text.find('<', at + model.size());
+  const std::string old_model = text.substr(at + model.size(), end - at - model.size());
+  text.replace(at + model.size(), old_model.size(), "X, \"Y\"");
+  const size_t last = text.rfind("<DistortionDatum id=\"5\">");
+  text.erase(last, text.find("</DistortionDatum>", last) + 18 - last);
+  const std::string b = Path("b.xml").string();
+  WriteFile(b, text);
+  const Result r = Run({"diff", a, b});
+  EXPECT_EQ(r.status, 1) << r.err;
+  EXPECT_EQ(r.out, "Clients/ClientOrPatient[2]/ClientAid[1]/HearingAidModel: \"" + old_model +
+                       "\" -> \"X, \"Y\"\"\n"
+                       "Clients/ClientOrPatient[2]/ClientAid[2]/TestSession[2]/Examination[2]/"
+                       "Curve[2]/DistortionDatum[5]: removed\n");
+  const Result back = Run({"diff", b, a});
+  EXPECT_NE(back.out.find("DistortionDatum[5]: added\n"), std::string::npos) << back.out;
+  const Result same = Run({"diff", a, a});
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(same.out, "the two files hold the same records\n");
+}
+
+TEST_F(CliTest, CsvWritesOneQuotedRowPerPoint) {
+  const std::string file = Path("outline.xml").string();
+  WriteFile(file, kOutlineFile);
+  const Result r = Run({"csv", file});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "client,aid,session,examination,curve,curve_name,kind,point,frequency,input,output,"
+            "max_output,min_output,distortion,other\r\n"
+            "42,1,3,4,5,OSPL90,curve,1,250,,,,,,\r\n"
+            "42,1,3,4,5,OSPL90,curve,2,8000,,,,,,\r\n"
+            "42,1,3,4,5,OSPL90,curve,3,1000,,,,,,\r\n"
+            "42,1,3,4,5,OSPL90,distortion,1,500,,,,,,\r\n"
+            "42,1,3,4,7,  Gain <&>,curve,4,1000,,,,,,\r\n");
+  WriteFile(file, R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1"><TestSession id="1">
+<Examination id="1"><Curve id="1"><Name>a, "b"
+c</Name><CurveDatum id="1"><Input>-.5</Input><Output>1E3</Output></CurveDatum></Curve></Examination></TestSession></ClientAid></ClientOrPatient></Clients>)");
+  const Result quoted = Run({"csv", file});
+  EXPECT_NE(quoted.out.find("\r\n1,1,1,1,1,\"a, \"\"b\"\"\nc\",curve,1,,-0.5,1000,,,,\r\n"),
+            std::string::npos)
+      << quoted.out;
+}
+
+// The size of a PNG from its header.
+std::pair<uint32_t, uint32_t> PngSize(const std::string& bytes) {
+  auto word = [&](size_t at) {
+    uint32_t v = 0;
+    for (size_t i = 0; i < 4; ++i) v = v << 8 | static_cast<unsigned char>(bytes.at(at + i));
+    return v;
+  };
+  return {word(16), word(20)};
+}
+
+TEST_F(CliTest, PlotDrawsOnePicturePerExaminationWithEveryCurve) {
+  const std::string demo = Demo(2, "demo.xml");
+  for (const char* format : {"svg", "png", "pdf"}) {
+    SCOPED_TRACE(format);
+    const fs::path out = Path(std::string("plots_") + format);
+    const Result r =
+        Run({"plot", demo, "--out", out.string(), "--client", "2", "--format", format});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "8 picture(s) written to " + out.string() + "\n");
+    const fs::path first = out / (std::string("client2_aid1_session1_exam1.") + format);
+    const std::string bytes = ReadFile(first);
+    EXPECT_GT(bytes.size(), 5000u);
+    if (std::string(format) == "png") {
+      ASSERT_TRUE(bytes.starts_with("\x89PNG\r\n\x1a\n"));
+      EXPECT_EQ(PngSize(bytes), std::make_pair(900u, 640u));
+    }
+    if (std::string(format) == "svg") {
+      // Each of the two curves is stroked in a colour of its own.
+      std::set<std::string> colours;
+      for (size_t at = 0; (at = bytes.find("stroke:rgb(", at)) != std::string::npos; ++at) {
+        colours.insert(bytes.substr(at, bytes.find(')', at) - at));
+      }
+      // The first two colours of the palette, each stroked in both panels.
+      EXPECT_EQ(colours,
+                (std::set<std::string>{"stroke:rgb(0%,0%,0%", "stroke:rgb(12%,47%,71%",
+                                       "stroke:rgb(84%,15%,16%", "stroke:rgb(88%,88%,88%"}));
+    }
+    size_t files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(out)) ++files;
+    EXPECT_EQ(files, 8u);
+  }
+  const Result missing = Run({"plot", demo, "--out", Path("none").string(), "--client", "9"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "tympora plot: no client with id 9 in " + demo + "\n");
 }
 
 }  // namespace

@@ -1,0 +1,61 @@
+// The record tables, collected once from the classes themselves.
+#include "tables.hpp"
+
+#include "tympora/measurement/speech_map_datum.hpp"
+#include "tympora/records/clients.hpp"
+
+namespace tympora::support {
+namespace {
+
+void Collect(const RecordInfo& info, std::vector<const RecordInfo*>& out) {
+  for (const RecordInfo* known : out) {
+    if (known == &info) return;
+  }
+  out.push_back(&info);
+  for (const ChildListDef& list : info.children) {
+    const std::shared_ptr<CNode> child = list.create();
+    Collect(static_cast<const RecordBase&>(*child).Info(), out);
+  }
+}
+
+}  // namespace
+
+const std::vector<const RecordInfo*>& RecordTables() {
+  static const std::vector<const RecordInfo*> tables = [] {
+    std::vector<const RecordInfo*> out;
+    Collect(CClients().Info(), out);
+    Collect(CSpeechMapDatum().Info(), out);
+    return out;
+  }();
+  return tables;
+}
+
+const RecordInfo* TableOf(std::string_view element) {
+  for (const RecordInfo* info : RecordTables()) {
+    if (info->node_name == element) return info;
+  }
+  return nullptr;
+}
+
+const PropertyDef* PropertyOf(const RecordInfo& info, std::string_view element) {
+  const int code = info.FindElement(element);
+  return code >= 0 ? &info.properties[static_cast<size_t>(code)] : nullptr;
+}
+
+std::string_view KindName(PropKind kind) {
+  switch (kind) {
+    case PropKind::Int32:
+      return "integer";
+    case PropKind::Double:
+      return "number";
+    case PropKind::String:
+      return "text";
+    case PropKind::Date:
+      return "date";
+    case PropKind::Bool:
+      return "boolean";
+  }
+  return "";
+}
+
+}  // namespace tympora::support
