@@ -170,7 +170,7 @@ TEST(FileFaultTest, AFullDiskLeavesNoPartialDocument) {
   ASSERT_EQ(SmallClinic()->SaveXMLPath(path)->Number(), 0);
   const std::string old = ReadFile(path);
   support::TreeShape shape;  // far more than 256 KiB
-  const auto big = support::BuildClinic(shape);
+  const auto big = support::BuildScrambledClinic(shape);
   for (const Road* road : {&kRoads[1], &kRoads[0]}) {
     SCOPED_TRACE(road->name);
     const StatusPtr status = road->write(*big, path);
@@ -390,9 +390,9 @@ TEST(FileFaultTest, AKilledSaveLeavesTheOldOrTheNewFile) {
   if (const char* clients = std::getenv("TYMPORA_KILL_TEST_CLIENTS")) {
     shape.clients = std::atoi(clients);
   }
-  const auto older = support::BuildClinic(shape);
+  const auto older = support::BuildScrambledClinic(shape);
   shape.seed = 2;
-  const auto newer = support::BuildClinic(shape);
+  const auto newer = support::BuildScrambledClinic(shape);
   TempDir dir;
   const std::string path = dir / "clinic.xml";
   auto save_newer = [&] { return newer->SaveXMLPath(path)->Number() == 0 ? 0 : 1; };

@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "tympora/export.h"
 #include "tympora/node/node.hpp"
 
 namespace tympora {
 
 // One difference between tree A and tree B.
-struct RecordDifference {
+struct TYMPORA_API RecordDifference {
   enum class Kind {
     Value,    // a value (or the ID) differs; `before` and `after` hold both
     Added,    // B has the record at `path`, A has not
@@ -40,6 +41,6 @@ struct RecordDifference {
 // list key (their ID), so a record added to or removed from a list is one
 // difference, not a shift of every record after it. Linear in the trees'
 // sizes. Never throws but for std::bad_alloc.
-std::vector<RecordDifference> CompareRecords(const CNode& a, const CNode& b, size_t limit = 0);
+TYMPORA_API std::vector<RecordDifference> CompareRecords(const CNode& a, const CNode& b, size_t limit = 0);
 
 }  // namespace tympora

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "tympora/node/dom.hpp"
+#include "tympora/export.h"
 #include "tympora/node/node.hpp"
 #include "tympora/node/status.hpp"
 
@@ -33,7 +34,7 @@ struct ImportEvent {
 };
 
 // Receives the events of an observed import, in document order.
-class ImportObserver {
+class TYMPORA_API ImportObserver {
  public:
   virtual ~ImportObserver() = default;
   // Called once per event; `event.name` and `event.text` are valid during
@@ -45,13 +46,13 @@ class ImportObserver {
 // every event, and returns the import's status unchanged (null on success).
 // The observer is borrowed for the call only; a nested call replaces it for
 // its duration.
-StatusPtr ImportXMLNodeObserved(CNode& record, DOMNode& node, ImportObserver& observer);
+TYMPORA_API StatusPtr ImportXMLNodeObserved(CNode& record, DOMNode& node, ImportObserver& observer);
 
 // The byte offset in the parsed text where `node` was read: an element's
 // name, a text's first character; -1 for the absent node and for a node the
 // parse did not make. Lines and columns follow from the text the parser
 // read (the file as UTF-8, after any byte-order mark).
-int64_t SourceOffset(const DOMNode& node) noexcept;
+TYMPORA_API int64_t SourceOffset(const DOMNode& node) noexcept;
 
 namespace detail {
 // The observer of the import running on this thread, or nullptr.
