@@ -35,6 +35,8 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
     int32_t want;
   };
   tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
+  Handle document, status;
+  ASSERT_EQ(tympora_create_document(&document.p), 0);
   const Case cases[] = {
       {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
       {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
@@ -58,9 +60,15 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"NULL factory", tympora_factory_create(nullptr, &out), 91},
       {"NULL variant", tympora_variant_set_string(nullptr, "x"), 5},
       {"NULL document out", tympora_create_document(nullptr), 5},
+      {"import into NULL", tympora_import_xml_file(nullptr, "x.xml", &out), 91},
+      {"import NULL path", tympora_import_xml_file(curve.p, nullptr, &out), 5},
+      {"import into no record", tympora_import_xml_file(document.p, "x.xml", &out), 13},
+      {"import a missing file",
+       tympora_import_xml_file(curve.p, "/nonexistent/tympora.xml", &status.p), 53},
   };
   for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(out, nullptr);
+  EXPECT_STREQ(tympora_interface_name(status.p), "_CStatus");
   EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
   // The last error stays readable until the next call; a success clears it.
   EXPECT_EQ(tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, nullptr), 438);

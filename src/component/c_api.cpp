@@ -9,6 +9,7 @@
 
 #include "component/c_handles.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/record.hpp"
 
 namespace {
 
@@ -208,6 +209,23 @@ const char* tympora_interface_name(const tympora_object* object) {
 }
 
 void tympora_object_release(tympora_object* object) { delete object; }
+
+int32_t tympora_import_xml_file(const tympora_object* record, const char* path,
+                                tympora_object** status) {
+  if (status) *status = nullptr;
+  int32_t number = 0;
+  const int32_t failure = Guard([&] {
+    Require(path != nullptr && status != nullptr, "no path or no place for the status");
+    RequireObject(record);
+    auto target = std::dynamic_pointer_cast<tympora::RecordBase>(record->dispatch.Target());
+    if (!target) tympora::RaisePlatformError(tympora::kErrTypeMismatch, "not a record");
+    const tympora::StatusPtr result = target->ImportXMLFile(path);
+    if (!result) throw std::bad_alloc();  // the frame had no memory for a status
+    *status = NewHandle(result);
+    number = result->Number();
+  });
+  return failure != 0 ? failure : number;
+}
 
 int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t kind,
                        tympora_variant* args, int32_t count, tympora_variant* result) {
