@@ -10,8 +10,11 @@
 // runs once in a forked child for its peak memory and a check of its result,
 // then a few times in this process for its best time.
 //
+// Then it writes and reads 2,000 small files of one client each
+// (small_files.hpp).
+//
 //   tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]
-//                 [--lxml-script PATH] [--only OPS] [--clock cpu|wall]
+//                 [--lxml-script PATH] [--only OPS] [--clock cpu|wall] [--files N]
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -32,6 +35,7 @@
 #include "anchors.hpp"
 #include "measure.hpp"
 #include "report.hpp"
+#include "small_files.hpp"
 #include "tree.hpp"
 #include "tympora/node/dom.hpp"
 #include "tympora/node/locale.hpp"
@@ -48,6 +52,7 @@ struct Options {
   std::string python = "/usr/bin/python3";
   std::string lxml_script;
   std::string only;  // comma-separated operation keys; empty: all
+  int files = 2000;  // small files of one client each; 0: none
   Clock clock = Clock::Cpu;
 };
 
@@ -55,10 +60,12 @@ struct Options {
 constexpr const char* kOpKeys[kOpCount] = {
     "path", "document", "document-xml", "a", "b", "import", "load", "c", "d"};
 
-bool Selected(const Options& o, Op op) {
-  return o.only.empty() ||
-         ("," + o.only + ",").find(std::string(",") + kOpKeys[op] + ",") != std::string::npos;
+// Whether the comma-separated `list` holds `key`.
+bool Listed(const std::string& list, const std::string& key) {
+  return ("," + list + ",").find("," + key + ",") != std::string::npos;
 }
+
+bool Selected(const Options& o, Op op) { return o.only.empty() || Listed(o.only, kOpKeys[op]); }
 
 // Prints the usage: to stdout for --help (complaint null), else with the
 // complaint to stderr; then exits.
@@ -68,14 +75,17 @@ bool Selected(const Options& o, Op op) {
   std::fprintf(out,
                "usage: tympora_bench [--sizes 1,10,100] [--runs 3] [--dir DIR] [--python PATH]\n"
                "                     [--lxml-script PATH] [--only OPS] [--clock cpu|wall]\n"
+               "                     [--files N]\n"
                "  --sizes   file sizes to measure, in MB (10^6 bytes), comma-separated\n"
                "  --runs    timed runs per operation; the best counts\n"
                "  --dir     where the files are written (default: $TMPDIR or /tmp)\n"
                "  --python  the interpreter for the lxml anchor (default /usr/bin/python3)\n"
                "  --clock   cpu (default: CPU time of the process, user and system) or wall\n"
                "  --only    run only these operations (for profiling): path, document,\n"
-               "            document-xml, a, b, import, load, c, d; the file of path is still\n"
-               "            written once for the others to read\n");
+               "            document-xml, a, b, import, load, c, d, files; the file of path is\n"
+               "            still written once for the others to read\n"
+               "  --files   how many small files (one client each, about 50 KB) to write and\n"
+               "            read (default 2000; 0: none)\n");
   std::exit(complaint ? 2 : 0);
 }
 
@@ -121,6 +131,9 @@ Options ParseOptions(int argc, char** argv) {
       o.python = value;
     } else if (arg == "--lxml-script") {
       o.lxml_script = value;
+    } else if (arg == "--files") {
+      o.files = std::atoi(value.c_str());
+      if (o.files < 0 || o.files > 1000000) Usage("bad --files");
     } else if (arg == "--only") {
       o.only = value;
     } else if (arg == "--clock") {
@@ -132,30 +145,6 @@ Options ParseOptions(int argc, char** argv) {
   }
   return o;
 }
-
-// A private folder for the benchmark's files, removed at the end.
-class Workspace {
- public:
-  explicit Workspace(const std::string& parent) {
-    std::string pattern = parent + "/tympora-bench-XXXXXX";
-    if (!::mkdtemp(pattern.data())) {
-      throw std::runtime_error("cannot create a folder in " + parent + ": " + std::strerror(errno));
-    }
-    dir_ = pattern;
-  }
-  Workspace(const Workspace&) = delete;
-  Workspace& operator=(const Workspace&) = delete;
-  ~Workspace() {
-    for (const char* name : kNames) ::unlink(Path(name).c_str());
-    ::rmdir(dir_.c_str());
-  }
-  std::string Path(const char* name) const { return dir_ + "/" + name; }
-
- private:
-  static constexpr const char* kNames[] = {"export.xml", "anchor-a.xml", "anchor-b.xml",
-                                           "schema.txt"};
-  std::string dir_;
-};
 
 support::TreeShape ShapeFor(int32_t clients) {
   support::TreeShape shape;
@@ -192,7 +181,7 @@ struct Calibration {
   double per_client = 0;
 };
 
-Calibration Calibrate(const Workspace& ws) {
+Calibration Calibrate(const ScratchFolder& ws) {
   const std::string path = ws.Path("export.xml");
   int64_t bytes[2];
   const int32_t clients[2] = {1, 6};
@@ -233,7 +222,7 @@ std::string Quote(const std::string& s) {
 }
 
 // (d): the Python lxml script, best of `runs`; it times itself.
-Measurement RunLxml(const Options& o, const Workspace& ws, int64_t records) {
+Measurement RunLxml(const Options& o, const ScratchFolder& ws, int64_t records) {
   Measurement m;
   if (::access(o.python.c_str(), X_OK) != 0) {
     m.failure = "skipped: " + o.python + " not found";
@@ -274,7 +263,7 @@ struct Task {
   Check check;
 };
 
-std::vector<Task> Tasks(const std::shared_ptr<CClients>& tree, const Workspace& ws,
+std::vector<Task> Tasks(const std::shared_ptr<CClients>& tree, const ScratchFolder& ws,
                         int64_t records) {
   const std::string file = ws.Path("export.xml");
   const std::string a = ws.Path("anchor-a.xml"), b = ws.Path("anchor-b.xml");
@@ -307,15 +296,7 @@ std::vector<Task> Tasks(const std::shared_ptr<CClients>& tree, const Workspace& 
                      return nullptr;
                    },
                    {}});
-  tasks.push_back({kImport,
-                   [file]() -> Leftover {
-                     auto imported = std::make_shared<CClients>();
-                     DOMDocument doc = DOMDocument::New();
-                     if (!doc.load(file)) throw std::runtime_error(doc.parseError().reason);
-                     DOMElement root = doc.documentElement();
-                     Require(imported->ImportXMLNode(root), "ImportXMLNode");
-                     return imported;
-                   },
+  tasks.push_back({kImport, [file]() -> Leftover { return LoadAndImport(file); },
                    [tree](const Leftover& left) {
                      return support::CompareTrees(*tree, *std::static_pointer_cast<CClients>(left));
                    }});
@@ -336,7 +317,7 @@ std::vector<Task> Tasks(const std::shared_ptr<CClients>& tree, const Workspace& 
   return tasks;
 }
 
-SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const Workspace& ws) {
+SizeResult RunSize(double mb, const Calibration& cal, const Options& o, const ScratchFolder& ws) {
   SizeResult r;
   r.target_mb = mb;
   r.clients =
@@ -394,7 +375,7 @@ int main(int argc, char** argv) {
     // Dates in the C locale's ISO form, which the import anchors read.
     tympora::SetLocale("C");
     const std::string load_at_start = LoadAverage();
-    const Workspace ws(options.dir);
+    const ScratchFolder ws(options.dir, "tympora-bench");
     std::ofstream(ws.Path("schema.txt")) << SchemaText();
     const Calibration cal = Calibrate(ws);
     std::vector<SizeResult> results;
@@ -410,6 +391,11 @@ int main(int argc, char** argv) {
         load_at_start.c_str(), LoadAverage().c_str(), ::sysconf(_SC_NPROCESSORS_ONLN));
     PrintReport(results, options.runs, options.clock == Clock::Wall, PeakResetWorks());
     bool failed = false;
+    if (options.files > 0 && (options.only.empty() || Listed(options.only, "files"))) {
+      const SmallFilesOptions small{options.files, options.runs, options.budget, options.clock,
+                                    options.dir};
+      failed = !RunSmallFiles(small, results.empty() ? nullptr : &results.back());
+    }
     for (const SizeResult& r : results) {
       for (int i = 0; i < kOpCount; ++i) {
         const std::string& f = r.ops[i].failure;

@@ -15,6 +15,8 @@
 #include <ctime>
 #include <exception>
 #include <limits>
+#include <stdexcept>
+#include <string>
 
 namespace tympora::bench {
 namespace {
@@ -177,6 +179,24 @@ void ReleaseFreeMemory() { ::malloc_trim(0); }
 bool PeakResetWorks() {
   static const bool works = ResetPeak();
   return works;
+}
+
+ScratchFolder::ScratchFolder(const std::string& parent, const std::string& prefix) {
+  std::string pattern = parent + "/" + prefix + "-XXXXXX";
+  if (!::mkdtemp(pattern.data())) {
+    throw std::runtime_error("cannot create a folder in " + parent + ": " + std::strerror(errno));
+  }
+  dir_ = pattern;
+}
+
+ScratchFolder::~ScratchFolder() {
+  for (const std::string& name : names_) ::unlink((dir_ + "/" + name).c_str());
+  ::rmdir(dir_.c_str());
+}
+
+std::string ScratchFolder::Path(const std::string& name) const {
+  names_.insert(name);
+  return dir_ + "/" + name;
 }
 
 }  // namespace tympora::bench

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace tympora::bench {
@@ -56,6 +57,22 @@ int64_t ResidentBytes();
 
 // Returns the free heap of this process to the system.
 void ReleaseFreeMemory();
+
+// A private folder made under `parent`, its name starting with `prefix`.
+// The files named through Path are removed with it at the end.
+class ScratchFolder {
+ public:
+  ScratchFolder(const std::string& parent, const std::string& prefix);
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder();
+  // The path of the file `name` in the folder.
+  std::string Path(const std::string& name) const;
+
+ private:
+  std::string dir_;
+  mutable std::set<std::string> names_;
+};
 
 // Whether the kernel lets a process reset its resident high-water mark; when
 // it does not, peaks are taken from getrusage and may read low.

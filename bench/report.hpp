@@ -43,6 +43,12 @@ struct SizeResult {
   std::array<Measurement, kOpCount> ops;
 };
 
+// `value` with two significant digits at least and no more decimals than needed.
+std::string Short(double value);
+// Prints the target line "- what: value (target goal): met" (or NOT MET, or
+// "not measured" for a negative value).
+void Target(const char* what, double value, bool met, const char* goal);
+
 // Prints the Markdown table of `results`, the scaling of time per curve point
 // from the first size to the last, and the targets checked on the last size.
 // Only prints: missing a target is news, not a failure.

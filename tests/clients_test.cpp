@@ -131,10 +131,14 @@ TEST_F(ClientsTest, ClientsAreKeyedByIdAndExportedInOrderOfAddition) {
   EXPECT_EQ(root.childNodes().item(4).attributes().getNamedItem("id").text(), "5");
 }
 
-TEST_F(ClientsTest, ImportReadsClientElementsOnly) {
+// ImportXMLFile must give what load + ImportXMLNode give, but for a file
+// that does not load: that one answers for itself instead of with 2005.
+TEST_F(ClientsTest, ImportReadsClientElementsOnlyFromAnElementOrAFile) {
   const struct {
-    std::string xml;
+    std::string xml;  // empty: no file at all
     int32_t number, id, count;
+    int32_t file_number = -1;  // what the file says, when not `number`
+    const char* file_detail = "";
   } rows[] = {
       {"<Clients id='12'/>", 0, 12, 0},
       {"<Clients><ClientOrPatient null='true'/></Clients>", 0, 0, 0},
@@ -145,13 +149,40 @@ TEST_F(ClientsTest, ImportReadsClientElementsOnly) {
        kErrDuplicateKey, 1, 1},
       {"<Clients><ClientOrPatient id='3'/><ClientOrPatient id='3.4'/></Clients>", kErrDuplicateKey,
        0, 1},
+      {"<Clients id='5'>\n  <ClientOrPatient id='1'></Clients>", 2005, 0, 0, kDomErrParse,
+       "at line 2, column "},
+      {"", 2005, 0, 0, kErrFileNotFound, "File not found: "},
   };
+  testing::TempDir dir;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.xml);
+    const std::string path = dir / "import.xml";
+    std::filesystem::remove(path);
+    if (!row.xml.empty()) testing::WriteFile(path, row.xml);
     CClients clients;
-    EXPECT_EQ(ImportText(clients, row.xml)->Number(), row.number);
+    DOMDocument doc = DOMDocument::New();
+    doc.load(path);
+    DOMNode root = doc.documentElement();
+    const StatusPtr status = clients.ImportXMLNode(root);
+    EXPECT_EQ(status->Number(), row.number);
     EXPECT_EQ(clients.ID(), row.id);
     EXPECT_EQ(clients.Clients()->Count(), row.count);
+
+    CClients from_file;
+    const StatusPtr file_status = from_file.ImportXMLFile(path);
+    EXPECT_EQ(file_status->Number(), row.file_number < 0 ? row.number : row.file_number);
+    EXPECT_NE(file_status->Description().find(row.file_detail), std::string::npos)
+        << file_status->Description();
+    if (row.file_number < 0) {
+      EXPECT_EQ(file_status->Description(), status->Description());
+      EXPECT_EQ(file_status->Source(), status->Source());
+    }
+    const auto text = [](CClients& c) {
+      DOMDocument exported;
+      c.ExportXMLDocument(exported);
+      return WithoutCreationDate(exported.xml());
+    };
+    EXPECT_EQ(text(from_file), text(clients));
   }
 }
 

@@ -40,6 +40,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   };
   tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
   int16_t number = 9;                                             // must be reset to 0
+  Handle imported;  // what the import of a missing file hands back
   const Case cases[] = {
       {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
       {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
@@ -81,10 +82,17 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"save to empty path", tympora_save_xml_path(curve.p, ""), 2002},
       {"save to a folder", tympora_save_xml_path(curve.p, "/"), 75},
       {"save no record", tympora_save_xml_path(document.p, "x.xml"), 430},
+      {"import into NULL", tympora_import_xml_file(nullptr, "x.xml", &out), 91},
+      {"import NULL path", tympora_import_xml_file(curve.p, nullptr, &out), 5},
+      {"import into no record", tympora_import_xml_file(document.p, "x.xml", &out), 13},
+      {"import a missing file",
+       tympora_import_xml_file(curve.p, "/nonexistent/tympora.xml", &imported.p), 53},
+
   };
   for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(number, 0);
+  EXPECT_STREQ(tympora_interface_name(imported.p), "_CStatus");
   EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
   // The last error stays readable until the next call; a success clears it.
   EXPECT_EQ(tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, nullptr), 438);

@@ -6,6 +6,8 @@
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -367,6 +369,93 @@ TEST_P(ConversionsDoubleRoundTrip, RandomDoublesReadBack) {
 
 INSTANTIATE_TEST_SUITE_P(ConversionsLocales, ConversionsDoubleRoundTrip,
                          ::testing::Values("C", "en_US.UTF-8", "de_DE.UTF-8"));
+
+// The 15-digit form as it was first written, from the C++ library's
+// correctly rounded 15-digit scientific text alone: the reference that the
+// faster writer must match byte for byte.
+std::string ReferenceText(double value, bool zero_before_separator) {
+  std::string out(std::signbit(value) && value != 0 ? "-" : "");
+  const double magnitude = std::fabs(value);
+  if (magnitude == 0) return out + "0";
+  char buf[32];
+  auto res = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14);
+  std::string digits(buf, 1);
+  digits.append(buf + 2, 14);
+  digits.erase(digits.find_last_not_of('0') + 1);
+  int exponent = 0;
+  std::from_chars(buf + 18, res.ptr, exponent);
+  if (buf[17] == '-') exponent = -exponent;
+  const size_t count = digits.size();
+  if (exponent < -4 || exponent > 14) {
+    out += digits[0];
+    if (count > 1) out += "." + digits.substr(1);
+    out += exponent < 0 ? "E-" : "E+";
+    if (std::abs(exponent) < 10) out += '0';
+    return out + std::to_string(std::abs(exponent));
+  }
+  if (exponent >= 0) {
+    const size_t whole = static_cast<size_t>(exponent) + 1;
+    if (count <= whole) return out + digits + std::string(whole - count, '0');
+    return out + digits.substr(0, whole) + "." + digits.substr(whole);
+  }
+  if (zero_before_separator) out += '0';
+  return out + "." + std::string(static_cast<size_t>(-exponent - 1), '0') + digits;
+}
+
+// A double of each kind in turn: any bit pattern, a denormal, a short
+// decimal at any scale, a value at or next to a halfway point of the
+// 15-digit grid, a whole number near the edge of the fixed form.
+double SampleDouble(uint64_t i, std::mt19937_64& random) {
+  const uint64_t bits = random();
+  const double sign = (bits >> 63) ? -1.0 : 1.0;
+  switch (i % 5) {
+    case 0:
+      return std::bit_cast<double>(bits);
+    case 1:
+      return std::bit_cast<double>(bits & 0x800FFFFFFFFFFFFFull);
+    case 2:
+      return sign * static_cast<double>(bits % 1000000000) *
+             std::pow(10.0, static_cast<int>(random() % 600) - 310);
+    case 3: {
+      char text[40];
+      const auto digits = std::to_string(100000000000000ull + random() % 900000000000000ull) + "5";
+      std::snprintf(text, sizeof text, "%c.%se%d", digits[0], digits.c_str() + 1,
+                    static_cast<int>(random() % 630) - 320);
+      double x = 0;
+      std::from_chars(text, text + std::strlen(text), x);
+      const int step = static_cast<int>(bits % 3) - 1;
+      return sign * (step == 0 ? x : std::nextafter(x, step * kInf));
+    }
+    default:
+      return sign * std::ldexp(static_cast<double>(bits >> 11), static_cast<int>(random() % 8) - 3);
+  }
+}
+
+TEST(ConversionsValueToText, FifteenDigitFormMatchesTheReference) {
+  const double fixed[] = {0.0,   -0.0,  DBL_MAX, -DBL_MAX, DBL_MIN,           DBL_TRUE_MIN,
+                          1e15,  1e-5,  1e-4,    0.1,      999999999999999.5, 99999999999999.95,
+                          1e100, 5e-324};
+  // TYMPORA_NUMBER_SAMPLES runs more samples by hand.
+  const char* const samples_env = std::getenv("TYMPORA_NUMBER_SAMPLES");
+  const uint64_t samples = samples_env ? std::strtoull(samples_env, nullptr, 10) : 2000000;
+  std::mt19937_64 random(20261123);
+  int failures = 0;
+  for (uint64_t i = 0; i < samples + std::size(fixed) && failures < 5; ++i) {
+    const double x = i < std::size(fixed) ? fixed[i] : SampleDouble(i, random);
+    if (!std::isfinite(x)) continue;
+    char buf[detail::kMagnitudeChars];
+    const bool zero = (i & 1) != 0;
+    const std::string magnitude(buf, detail::WriteMagnitude(buf, std::fabs(x), zero));
+    const std::string expected = ReferenceText(x, zero);
+    const std::string written = (std::signbit(x) && x != 0 ? "-" : "") + magnitude;
+    const std::string text = ValueToText(x);
+    if (written != expected || text.substr(1) != ReferenceText(x, false).substr(x < 0)) {
+      ++failures;
+      ADD_FAILURE() << std::hexfloat << x << ": " << written << " / " << text << ", expected "
+                    << expected;
+    }
+  }
+}
 
 }  // namespace
 }  // namespace tympora

@@ -52,9 +52,14 @@ std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status) {
   return ReadFile(path);
 }
 
-const char* const kTexts[] = {"",      " ",          "\r\n", "\t",     "  x  ",
-                              "]]>",   "&#13;",      "a\rb", "<&>\"'", "\xF0\x9F\x8E\xA7",
-                              "\n\n.", "line\nnext", "Zoë",  "-0",     "x\r"};
+const char* const kTexts[] = {"",       " ",
+                              "\r\n",   "\t",
+                              "  x  ",  "]]>",
+                              "&#13;",  "a\rb",
+                              "<&>\"'", "\xF0\x9F\x8E\xA7",
+                              "\n\n.",  "line\nnext",
+                              "Zoë",    "-0",
+                              "x\r",    "\xC3\xBC<&>\r\xC3\xBC"};
 
 // Changes values all over the tree: tricky texts, Null and empty values,
 // extreme numbers.
@@ -72,7 +77,12 @@ void Scramble(RecordBase& record, uint64_t& seed) {
                                  std::numeric_limits<double>::max(),
                                  std::numeric_limits<double>::denorm_min(),
                                  0.1,
-                                 -0.0};
+                                 -0.0,
+                                 0.30000000000000004,
+                                 -123456789012345.6,
+                                 99999999999999.95,
+                                 0.0001,
+                                 -2147483648.0};
       record.SetProperty(p, Variant(extremes[pick % std::size(extremes)]));
     }
   }
@@ -154,6 +164,8 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
       {"control character in a client", [](CClients& c) { c.Clients()->Item(2)->City("a\x01z"); }},
       {"U+FFFF deep in a curve", [](CClients& c) { support::FirstCurve(c)->Name("\xEF\xBF\xBF"); }},
       {"invalid UTF-8", [](CClients& c) { c.Clients()->Item(1)->LastName("\xC3("); }},
+      {"a surrogate after markup",
+       [](CClients& c) { c.Clients()->Item(1)->LastName("a&b\xED\xA0\x80"); }},
       {"NaN in a point",
        [](CClients& c) { support::FirstCurve(c)->CurveData()->Item(1)->InputVal(std::nan("")); }},
       {"infinity", [](CClients& c) { support::FirstCurve(c)->FxSourceAmp(-INFINITY); }},

@@ -207,6 +207,18 @@ TYMPORA_API int32_t tympora_invoke(const tympora_object* object, const char* mem
  * writer holds the file, 61 for a full disk. */
 TYMPORA_API int32_t tympora_save_xml_path(const tympora_object* record, const char* path);
 
+/* Imports the record `record` from the XML file at `path` (UTF-8) in one
+ * step, as ImportXMLFile does: the record and status of a load followed by
+ * ImportXMLNode of the document element, except that a file that does not
+ * exist answers 53, one that may not be read 70 and one that does not parse
+ * 1003 with line and column. The import's status goes to *status (a new
+ * handle owned by the caller; NULL on failure) and its number is returned;
+ * the calling thread's error record is then clear. The call itself fails,
+ * with its number in the error record, for a NULL record (91), a NULL path
+ * or status (5) and an object that is no record (13). */
+TYMPORA_API int32_t tympora_import_xml_file(const tympora_object* record, const char* path,
+                                            tympora_object** status);
+
 /* ---- errors of the calling thread ---- */
 
 /* The number of the error of this thread's last call into the object
@@ -300,6 +312,8 @@ typedef void (*tympora_object_release_fn)(tympora_object* object);
 typedef int32_t (*tympora_same_object_fn)(const tympora_object* a, const tympora_object* b);
 typedef int32_t (*tympora_invoke_fn)(const tympora_object* object, const char* member, int32_t kind,
                                      tympora_variant* args, int32_t count, tympora_variant* result);
+typedef int32_t (*tympora_import_xml_file_fn)(const tympora_object* record, const char* path,
+                                              tympora_object** status);
 typedef int32_t (*tympora_save_xml_path_fn)(const tympora_object* record, const char* path);
 typedef int32_t (*tympora_error_number_fn)(void);
 typedef const char* (*tympora_error_description_fn)(void);

@@ -13,9 +13,9 @@
 #include "tympora/node/dom.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/file_layer.hpp"
+#include "tympora/node/record.hpp"
 #include "tympora/node/status.hpp"
 #include "tympora/version.h"
-#include "tympora/node/record.hpp"
 
 namespace {
 
@@ -251,6 +251,23 @@ int32_t tympora_same_object(const tympora_object* a, const tympora_object* b) {
   return x == y ? 1 : 0;
 }
 
+int32_t tympora_import_xml_file(const tympora_object* record, const char* path,
+                                tympora_object** status) {
+  if (status) *status = nullptr;
+  int32_t number = 0;
+  const int32_t failure = Guard([&] {
+    Require(path != nullptr && status != nullptr, "no path or no place for the status");
+    RequireObject(record);
+    auto target = std::dynamic_pointer_cast<tympora::RecordBase>(record->dispatch.Target());
+    if (!target) tympora::RaisePlatformError(tympora::kErrTypeMismatch, "not a record");
+    const tympora::StatusPtr result = target->ImportXMLFile(path);
+    if (!result) throw std::bad_alloc();  // the frame had no memory for a status
+    *status = NewHandle(result);
+    number = result->Number();
+  });
+  return failure != 0 ? failure : number;
+}
+
 int32_t tympora_invoke(const tympora_object* object, const char* member, int32_t kind,
                        tympora_variant* args, int32_t count, tympora_variant* result) {
   tympora_variant_clear(result);
@@ -397,6 +414,7 @@ TYMPORA_SAME_TYPE(tympora_object_release);
 TYMPORA_SAME_TYPE(tympora_same_object);
 TYMPORA_SAME_TYPE(tympora_invoke);
 TYMPORA_SAME_TYPE(tympora_save_xml_path);
+TYMPORA_SAME_TYPE(tympora_import_xml_file);
 TYMPORA_SAME_TYPE(tympora_error_number);
 TYMPORA_SAME_TYPE(tympora_error_description);
 TYMPORA_SAME_TYPE(tympora_error_source);

@@ -167,6 +167,9 @@ struct DocImpl : Object {
   bool Parse(std::string_view bytes, bool shared, char* owned = nullptr, bool* mangled = nullptr);
   // Replaces the content by an empty tree and records a failure.
   void Fail(DOMParseError error, bool shared);
+  // DOMDocument::load of `doc`, which must not be absent; `read_error` is
+  // set to the errno of a file that cannot be read, 0 otherwise.
+  static bool Load(DOMDocument& doc, const std::string& path, int& read_error);
 
   // A handle of `node`, or the absent node for nullptr.
   static DOMNode MakeNode(const std::shared_ptr<DocImpl>& doc, void* node) {
@@ -178,6 +181,12 @@ struct DocImpl : Object {
 };
 
 // ---- Errors --------------------------------------------------------------
+
+// Loads the file at `path` into `doc` (not absent), raising what keeps it
+// from loading: 53 for a file that does not exist, 70 for one that may not
+// be read, 1003 for any other read failure and for a text that does not
+// parse, with the parser's reason, line and column.
+void LoadOrRaise(DOMDocument& doc, const std::string& path);
 
 // Throws the DOM error `number` with its description, ": detail" appended
 // when a detail is given, and the DOM source.

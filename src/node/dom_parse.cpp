@@ -271,27 +271,48 @@ bool DOMDocument::loadXML(std::string_view text) {
 
 bool DOMDocument::load(const std::string& path) {
   if (!doc_) RaisePlatformError(kErrObjectNotSet);
-  const bool shared = doc_.use_count() > 1;
+  int read_error = 0;
+  return detail::DocImpl::Load(*this, path, read_error);
+}
+
+namespace detail {
+
+bool DocImpl::Load(DOMDocument& document, const std::string& path, int& read_error) {
+  DocImpl& doc = *document.doc_;
+  const bool shared = document.doc_.use_count() > 1;
+  read_error = 0;
   // The first parse runs in the buffer read; when it fails there, the text
   // is read again, so that the failure is located in the original bytes.
   for (bool in_place : {true, false}) {
     char* data = nullptr;
     size_t size = 0;
     std::string why;
-    if (const int32_t error = detail::ReadWholeFile(path, data, size, why); error != 0) {
+    if (const int32_t error = ReadWholeFile(path, data, size, why); error != 0) {
       DOMParseError e;
       e.errorCode = error;
       e.reason = "Cannot read \"" + path + "\": " + why;
-      doc_->Fail(std::move(e), shared);
+      doc.Fail(std::move(e), shared);
+      read_error = error;
       return false;
     }
     bool mangled = false;
-    if (doc_->Parse(std::string_view(data, size), shared, data, in_place ? &mangled : nullptr)) {
+    if (doc.Parse(std::string_view(data, size), shared, data, in_place ? &mangled : nullptr)) {
       return true;
     }
     if (!mangled) return false;
   }
   return false;
 }
+
+void LoadOrRaise(DOMDocument& doc, const std::string& path) {
+  int read_error = 0;
+  if (DocImpl::Load(doc, path, read_error)) return;
+  const DOMParseError& e = doc.parseError();
+  if (read_error != 0) RaisePlatformError(read_error, e.reason);
+  RaiseDomError(kDomErrParse, e.reason + " at line " + std::to_string(e.line) + ", column " +
+                                  std::to_string(e.linepos) + " of \"" + path + "\"");
+}
+
+}  // namespace detail
 
 }  // namespace tympora

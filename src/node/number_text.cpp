@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,43 +18,94 @@
 namespace tympora {
 namespace detail {
 
+namespace {
+
+// The significant digits of `magnitude` (positive, finite) rounded to at
+// most 15, without trailing zeros, at `digits`; returns their count and sets
+// `exponent`, the decimal exponent of the first digit. A carry of the
+// rounding (9.999...e2 to 1e3) is already in the exponent.
+size_t SignificantDigits(double magnitude, char* digits, int& exponent) noexcept {
+  char buf[40];
+  size_t count = 0;
+  if (magnitude < 1e15 && magnitude == std::floor(magnitude)) {
+    // A whole number below 10^15 is its own digits.
+    const char* end = std::to_chars(buf, buf + 20, static_cast<uint64_t>(magnitude)).ptr;
+    count = static_cast<size_t>(end - buf);
+    exponent = static_cast<int>(count) - 1;
+    std::memcpy(digits, buf, count);
+  } else {
+    // For a normal double the shortest digits that read back as it lie
+    // within half a unit in its last place, which is less than half a step
+    // of the 15-digit grid: when there are at most 15 of them they are the
+    // correctly rounded form. Longer forms and denormals are rounded to 15.
+    const char* end = buf;
+    const char* e = buf;
+    if (magnitude >= DBL_MIN) {
+      end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific).ptr;
+      e = std::find(static_cast<const char*>(buf), end, 'e');
+    }
+    if (e - buf > 16 || e == buf) {  // more than 15 digits and the period, or a denormal
+      end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14).ptr;
+      e = buf + 16;
+    }
+    digits[count++] = buf[0];
+    for (const char* p = buf + 2; p < e; ++p) digits[count++] = *p;
+    std::from_chars(e + 2, end, exponent);  // e[1] is the exponent's sign
+    if (e[1] == '-') exponent = -exponent;
+  }
+  while (count > 1 && digits[count - 1] == '0') --count;
+  return count;
+}
+
+}  // namespace
+
+char* WriteMagnitude(char* out, double magnitude, bool zero_before_separator) noexcept {
+  if (magnitude == 0) {
+    *out = '0';
+    return out + 1;
+  }
+  char digits[16];
+  int exponent = 0;
+  const size_t count = SignificantDigits(magnitude, digits, exponent);
+  char* p = out;
+  if (exponent < -4 || exponent > 14) {
+    *p++ = digits[0];
+    if (count > 1) {
+      *p++ = '.';
+      p = std::copy(digits + 1, digits + count, p);
+    }
+    *p++ = 'E';
+    *p++ = exponent < 0 ? '-' : '+';
+    const int shown = std::abs(exponent);
+    if (shown < 10) *p++ = '0';
+    return std::to_chars(p, p + 3, shown).ptr;
+  }
+  if (exponent >= 0) {
+    const size_t whole = static_cast<size_t>(exponent) + 1;
+    if (count <= whole) {
+      p = std::copy(digits, digits + count, p);
+      return std::fill_n(p, whole - count, '0');
+    }
+    p = std::copy(digits, digits + whole, p);
+    *p++ = '.';
+    return std::copy(digits + whole, digits + count, p);
+  }
+  if (zero_before_separator) *p++ = '0';
+  *p++ = '.';
+  p = std::fill_n(p, -exponent - 1, '0');
+  return std::copy(digits, digits + count, p);
+}
+
 void AppendMagnitude(std::string& out, double magnitude, std::string_view separator,
                      bool zero_before_separator) {
-  if (magnitude == 0) {
-    out += '0';
-    return;
-  }
-  // d.dddddddddddddde±x: 15 digits, correctly rounded, independent of the
-  // C library's locale. A carry of the rounding (9.999...e2 to 1e3) is
-  // already in the exponent.
-  char buf[32];
-  auto res = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14);
-  char digits[15];
-  digits[0] = buf[0];
-  std::copy(buf + 2, buf + 16, digits + 1);
-  size_t count = 15;
-  while (count > 1 && digits[count - 1] == '0') --count;
-  int exponent = 0;
-  std::from_chars(buf + 18, res.ptr, exponent);  // buf[16] is 'e', buf[17] the sign
-  if (buf[17] == '-') exponent = -exponent;
-
-  if (exponent < -4 || exponent > 14) {
-    out += digits[0];
-    if (count > 1) out.append(separator).append(digits + 1, count - 1);
-    out += exponent < 0 ? "E-" : "E+";
-    if (std::abs(exponent) < 10) out += '0';
-    out += std::to_string(std::abs(exponent));
-  } else if (exponent >= 0) {
-    size_t whole = static_cast<size_t>(exponent) + 1;
-    out.append(digits, std::min(count, whole));
-    if (count > whole) {
-      out.append(separator).append(digits + whole, count - whole);
-    } else {
-      out.append(whole - count, '0');
-    }
+  char buf[kMagnitudeChars];
+  const std::string_view text(
+      buf, static_cast<size_t>(WriteMagnitude(buf, magnitude, zero_before_separator) - buf));
+  const size_t point = text.find('.');
+  if (point == std::string_view::npos) {
+    out.append(text);
   } else {
-    if (zero_before_separator) out += '0';
-    out.append(separator).append(static_cast<size_t>(-exponent - 1), '0').append(digits, count);
+    out.append(text.substr(0, point)).append(separator).append(text.substr(point + 1));
   }
 }
 
@@ -294,7 +346,12 @@ bool ReadNumber(std::string_view text, double& number) {
 
 }  // namespace detail
 
-std::string ValueToText(int32_t value) { return (value >= 0 ? " " : "") + std::to_string(value); }
+std::string ValueToText(int32_t value) {
+  char text[12] = {' '};  // the blank that stands for the sign of a value >= 0
+  const char* const end = std::to_chars(text + 1, text + sizeof text, value).ptr;
+  const char* const start = value >= 0 ? text : text + 1;
+  return std::string(start, end);
+}
 
 std::string ValueToText(double value) {
   if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);

@@ -1,16 +1,25 @@
 // Number texts shared by the conversions: the 15-digit form of a double.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace tympora::detail {
 
-// Appends the text of a finite, non-negative `magnitude` to `out`: 15
-// significant digits, trailing zeros dropped, `separator` before the
-// fraction, scientific form (1.5E-05, 1E+15) when the decimal exponent is
-// below -4 or above 14. Below 1 a zero precedes the separator only when
-// `zero_before_separator` is set.
+// The most bytes that WriteMagnitude writes.
+inline constexpr size_t kMagnitudeChars = 24;
+
+// Writes the text of a finite, non-negative `magnitude` at `out` (room for
+// kMagnitudeChars bytes) and returns its end: 15 significant digits,
+// correctly rounded, trailing zeros dropped, a period before the fraction,
+// scientific form (1.5E-05, 1E+15) when the decimal exponent is below -4 or
+// above 14. Below 1 a zero precedes the period only when
+// `zero_before_separator` is set. Independent of every locale.
+char* WriteMagnitude(char* out, double magnitude, bool zero_before_separator) noexcept;
+
+// Appends WriteMagnitude's text to `out` with `separator` in place of the
+// period.
 void AppendMagnitude(std::string& out, double magnitude, std::string_view separator,
                      bool zero_before_separator);
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "node/dom_internal.hpp"
 #include "node/dom_walk.hpp"
 #include "node/number_text.hpp"
 #include "node/record_table.hpp"
@@ -108,6 +109,11 @@ RecordInfo::RecordInfo(std::string_view node_name_, std::string_view class_name_
       children(std::move(children_)),
       aliases(std::move(aliases_)),
       id_by_name(id_by_name_) {
+  for (const PropertyDef& p : properties) {
+    const std::string name(p.element);
+    forms_.push_back(
+        {"<" + name + ">", "</" + name + ">", "<" + name + " null=\"true\"/>", "<" + name + "/>"});
+  }
   for (size_t i = 0; i < properties.size(); ++i) {
     by_element_.emplace(properties[i].element, static_cast<int>(i));
     by_name_.emplace(properties[i].element, static_cast<int>(i));
@@ -256,6 +262,17 @@ StatusPtr RecordBase::ImportXMLNode(const DOMNode& ThisNode) {
     CheckThisNode(ThisNode);
     ImportContent(detail::ElementView::Of(ThisNode));
   });
+}
+
+StatusPtr RecordBase::ImportXMLFile(const std::string& sFilePath) {
+  DOMDocument document;
+  StatusPtr status = RunFrameA([&](StatusPtr&) {
+    document = DOMDocument::New();
+    detail::LoadOrRaise(document, sFilePath);
+  });
+  if (!status || status->Number() != 0) return status;
+  DOMNode root = document.documentElement();
+  return ImportXMLNode(root);
 }
 
 // The import of one record below the frame: the children's records are

@@ -4,21 +4,20 @@
 // blanks only dropped by the second parse, and the serialiser's escaping.
 #include "node/record_writer.hpp"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "node/dom_internal.hpp"
 #include "node/number_text.hpp"
-#include "node/record_table.hpp"
 #include "tympora/node/conversions.hpp"
 
 namespace tympora::detail {
 namespace {
-
-using table::FieldOf;
 
 // A text node that the second parse drops: empty, or blanks, tabs, CR and LF only.
 bool IsBlank(std::string_view s) noexcept {
@@ -28,67 +27,91 @@ bool IsBlank(std::string_view s) noexcept {
   return true;
 }
 
+// Appends `s` escaped as the serialiser escapes text, checking it in the same
+// pass: ASCII is checked byte by byte, and from the first other byte on the
+// rest is checked as UTF-8. Raises 1002 for a text that XML cannot carry.
 void AppendEscaped(TextBuffer& out, std::string_view s) {
-  CheckXmlText(s);
   const char* run = s.data();
   const char* const end = run + s.size();
+  const char* wide = nullptr;  // the first byte beyond ASCII
   for (const char* p = run; p != end; ++p) {
-    const char* replacement = TextEscapeOf(static_cast<unsigned char>(*p));
+    const auto c = static_cast<unsigned char>(*p);
+    if (c >= 0x80) {
+      if (wide == nullptr) wide = p;
+      continue;
+    }
+    if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') RaiseInvalidText(s);
+    const char* replacement = TextEscapeOf(c);
     if (replacement == nullptr) continue;
     out.Append(std::string_view(run, static_cast<size_t>(p - run)));
     out.Append(replacement);
     run = p + 1;
   }
   out.Append(std::string_view(run, static_cast<size_t>(end - run)));
-}
-
-// The element text of a property that is not Null, as CreatePropertyElement
-// makes it: strings untrimmed, every other value TrimText(ValueToText(v)).
-void PropertyText(const PropertyDef& p, const RecordBase& r, std::string& text) {
-  text.clear();
-  switch (p.Kind()) {
-    case PropKind::Int32:
-      text = std::to_string(FieldOf<int32_t>(p, r).Get());
-      return;
-    case PropKind::Double: {
-      const double v = FieldOf<double>(p, r).Get();
-      if (!std::isfinite(v)) RaisePlatformError(kErrOverflow);
-      if (v < 0) text += '-';
-      AppendMagnitude(text, std::fabs(v), ".", false);
-      return;
-    }
-    case PropKind::String:
-      text = FieldOf<std::string>(p, r).Get();
-      return;
-    case PropKind::Date:
-      text = TrimText(ValueToText(FieldOf<Date>(p, r).Get()));
-      return;
-    case PropKind::Bool:
-      text = FieldOf<bool>(p, r).Get() ? "True" : "False";
-      return;
+  if (wide != nullptr && !IsXmlText(std::string_view(wide, static_cast<size_t>(end - wide)))) {
+    RaiseInvalidText(s);
   }
 }
 
-void AppendProperty(TextBuffer& out, const PropertyDef& p, const RecordBase& r,
-                    std::string& scratch) {
-  out.Append('<');
-  out.Append(p.element);
-  if (r.IsPropertyNull(p)) {
-    out.Append(" null=\"true\"/>");
-    return;
-  }
-  const std::string_view text = p.Kind() == PropKind::String
-                                    ? std::string_view(FieldOf<std::string>(p, r).Get())
-                                    : (PropertyText(p, r, scratch), std::string_view(scratch));
+// A text element as CreatePropertyElement makes it: a text of blanks only
+// is dropped by the second parse and leaves an empty element.
+void AppendTextElement(TextBuffer& out, const RecordInfo::ElementForms& forms,
+                       std::string_view text) {
   if (IsBlank(text)) {
-    out.Append("/>");
+    out.Append(forms.empty);
     return;
   }
-  out.Append('>');
+  out.Append(forms.open);
   AppendEscaped(out, text);
-  out.Append("</");
-  out.Append(p.element);
-  out.Append('>');
+  out.Append(forms.close);
+}
+
+// The most bytes of a number's text: a sign and the magnitude.
+constexpr size_t kNumberChars = 1 + kMagnitudeChars;
+
+// A property element that is not Null, as CreatePropertyElement makes it:
+// strings untrimmed, every other value TrimText(ValueToText(v)). Numbers are
+// written in place and never need escaping.
+template <class T>
+void AppendValue(TextBuffer& out, const RecordInfo::ElementForms& forms, const T& value) {
+  if constexpr (std::is_same_v<T, std::string>) {
+    AppendTextElement(out, forms, value);
+  } else if constexpr (std::is_same_v<T, Date>) {
+    AppendTextElement(out, forms, TrimText(ValueToText(value)));
+  } else if constexpr (std::is_same_v<T, bool>) {
+    out.Append(forms.open);
+    out.Append(value ? std::string_view("True") : std::string_view("False"));
+    out.Append(forms.close);
+  } else {
+    if constexpr (std::is_same_v<T, double>) {
+      if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);
+    }
+    out.Append(forms.open);
+    char* const start = out.Reserve(kNumberChars);
+    char* p = start;
+    if constexpr (std::is_same_v<T, double>) {
+      if (value < 0) *p++ = '-';
+      p = WriteMagnitude(p, std::fabs(value), false);
+    } else {
+      p = std::to_chars(p, start + kNumberChars, value).ptr;
+    }
+    out.Commit(p);
+    out.Append(forms.close);
+  }
+}
+
+void AppendProperty(TextBuffer& out, const PropertyDef& p, const RecordInfo::ElementForms& forms,
+                    const RecordBase& r) {
+  std::visit(
+      [&](auto access) {
+        const auto& field = access(const_cast<RecordBase&>(r));
+        if (field.IsNull()) {
+          out.Append(forms.null_value);
+        } else {
+          AppendValue(out, forms, field.Get());
+        }
+      },
+      p.field);
 }
 
 bool HasChildren(const RecordBase& r) {
@@ -109,19 +132,23 @@ struct Frame {
   int32_t position = 1;
 };
 
-void OpenRecord(TextBuffer& out, const RecordBase& r, std::string& scratch) {
+void OpenRecord(TextBuffer& out, const RecordBase& r) {
   const RecordInfo& info = r.Info();
   out.Append('<');
   out.Append(info.node_name);
   out.Append(" id=\"");
-  out.Append(std::to_string(r.ID()));
+  char* const start = out.Reserve(kNumberChars);
+  out.Commit(std::to_chars(start, start + kNumberChars, r.ID()).ptr);
   out.Append('"');
   if (!HasChildren(r)) {
     out.Append("/>");
     return;
   }
   out.Append('>');
-  for (const PropertyDef& p : info.properties) AppendProperty(out, p, r, scratch);
+  const std::vector<RecordInfo::ElementForms>& forms = info.Forms();
+  for (size_t i = 0; i < info.properties.size(); ++i) {
+    AppendProperty(out, info.properties[i], forms[i], r);
+  }
 }
 
 }  // namespace
@@ -144,9 +171,8 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
   out.Append("-->\r\n");
 
   // Iterative, so that no depth of tree can exhaust the stack.
-  std::string scratch;
   std::vector<Frame> stack;
-  OpenRecord(out, record, scratch);
+  OpenRecord(out, record);
   if (HasChildren(record)) stack.push_back({&record});
   while (!stack.empty()) {
     Frame& top = stack.back();
@@ -167,7 +193,7 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
     }
     const RecordBase* child = AsLibraryRecord(*children->NodeItem(top.position++));
     if (!child) RaisePlatformError(kErrTypeMismatch, "a node of a host's class");
-    OpenRecord(out, *child, scratch);
+    OpenRecord(out, *child);
     if (HasChildren(*child)) stack.push_back({child});
   }
   out.Append("\r\n");

@@ -31,6 +31,13 @@ class TextBuffer {
     if (size_ == capacity_) Grow(1);
     data_[size_++] = c;
   }
+  // Room for `n` more bytes at the returned position; Commit(end) then keeps
+  // the bytes written up to `end`.
+  char* Reserve(size_t n) {
+    if (size_ + n > capacity_) Grow(n);
+    return data_ + size_;
+  }
+  void Commit(const char* end) noexcept { size_ = static_cast<size_t>(end - data_); }
   std::string_view View() const noexcept { return {data_, size_}; }
 
  private:

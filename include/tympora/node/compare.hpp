@@ -41,6 +41,7 @@ struct TYMPORA_API RecordDifference {
 // list key (their ID), so a record added to or removed from a list is one
 // difference, not a shift of every record after it. Linear in the trees'
 // sizes. Never throws but for std::bad_alloc.
-TYMPORA_API std::vector<RecordDifference> CompareRecords(const CNode& a, const CNode& b, size_t limit = 0);
+TYMPORA_API std::vector<RecordDifference> CompareRecords(const CNode& a, const CNode& b,
+                                                         size_t limit = 0);
 
 }  // namespace tympora

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "tympora/node/dom.hpp"
 #include "tympora/export.h"
+#include "tympora/node/dom.hpp"
 #include "tympora/node/node.hpp"
 #include "tympora/node/status.hpp"
 

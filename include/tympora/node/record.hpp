@@ -104,7 +104,19 @@ class TYMPORA_API RecordInfo {
   static constexpr int kId = -1;
   int FindName(std::string_view name) const;
 
+  // The written forms of one property element, made once with the table so
+  // that the writer copies each in one piece.
+  struct ElementForms {
+    std::string open;        // <Name>
+    std::string close;       // </Name>
+    std::string null_value;  // <Name null="true"/>
+    std::string empty;       // <Name/>
+  };
+  // Per property, in export order.
+  const std::vector<ElementForms>& Forms() const noexcept { return forms_; }
+
  private:
+  std::vector<ElementForms> forms_;
   std::unordered_map<std::string_view, int> by_element_;
   std::unordered_map<std::string_view, int> by_name_;
 };
@@ -140,6 +152,14 @@ class TYMPORA_API RecordBase : public CNode {
   StatusPtr ExportPDF(Variant& oParam1) override;
   StatusPtr ExportPostScript(int16_t iFileHandle) override;
   void Reset() override;
+
+  // Imports this record from the XML file at `sFilePath` in one step: the
+  // status and the record are those of DOMDocument::load followed by
+  // ImportXMLNode of the document element, except that a file that does not
+  // load answers for itself: 53 when it does not exist, 70 when it may not
+  // be read, 1003 with the parser's reason, line and column when it does not
+  // parse. Never throws; the document is freed before it returns.
+  StatusPtr ImportXMLFile(const std::string& sFilePath);
 
   // Whether the property whose element name is exactly `sPropertyName` (the
   // names PropertyByName accepts) is Null. False for the ID and for any name

@@ -1,0 +1,34 @@
+// The many-small-files case of the clinic benchmark: what most hosts do, one
+// client per file, each file about 50 KB.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "measure.hpp"
+#include "report.hpp"
+#include "tympora/records/clients.hpp"
+
+namespace tympora::bench {
+
+struct SmallFilesOptions {
+  int files = 2000;
+  int runs = 3;
+  double budget = 20;  // seconds of timed runs per operation, at most
+  Clock clock = Clock::Cpu;
+  std::string dir;  // where a private folder for the files is made
+};
+
+// The import of the file at `path` into a new client list: DOMDocument::load
+// plus ImportXMLNode. Raises std::runtime_error when either fails.
+std::shared_ptr<CClients> LoadAndImport(const std::string& path);
+
+// Builds `o.files` client lists of one client each, then times over all of
+// them at once: ExportXMLPath and anchor (a) writing one file each, the
+// import (load + ImportXMLNode), ImportXMLFile and anchor (c) reading them.
+// Checks that every import gives back its tree. Prints a Markdown table with
+// files/s and MB/s, and each road's MB/s against `largest` (the last clinic
+// measured; ignored when it has no file). Returns false when a check failed.
+bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest);
+
+}  // namespace tympora::bench
