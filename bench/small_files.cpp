@@ -76,7 +76,7 @@ bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest) {
   std::vector<std::shared_ptr<CClients>> trees;
   std::vector<std::string> paths, anchor_paths;
   for (int i = 0; i < o.files; ++i) {
-    trees.push_back(support::BuildClinic(SmallShape(static_cast<uint32_t>(i) + 1)));
+    trees.push_back(support::BuildScrambledClinic(SmallShape(static_cast<uint32_t>(i) + 1)));
     paths.push_back(folder.Path("f" + std::to_string(i) + ".xml"));
     anchor_paths.push_back(folder.Path("a" + std::to_string(i) + ".xml"));
   }

@@ -78,7 +78,8 @@ const CommandSpec& DemoSpec() {
           "that the two trees are equal. Prints the records per level, the file size,\n"
           "the export and import times and the status.",
       .options = {{"clients", "N", "number of clients, 0 to 10000 (default 300)"},
-                  {"out", "FILE", "export to FILE and keep it (default: a temporary file)"}},
+                  {"out", "FILE", "export to FILE and keep it (default: a temporary file)"},
+                  {"scrambled", "", "the scrambled clinic of the tests and benchmarks instead"}},
   };
   return spec;
 }
@@ -94,8 +95,10 @@ int RunDemo(const Arguments& args) {
 
   std::shared_ptr<CClients> clinic, copy;
   DOMDocument document;
-  const auto built =
-      Timed("building the clinic", progress, [&] { clinic = support::BuildDemoClinic(shape); });
+  const auto built = Timed("building the clinic", progress, [&] {
+    clinic = args.Value("scrambled") ? support::BuildScrambledClinic(shape)
+                                     : support::BuildDemoClinic(shape);
+  });
   const auto exported =
       Timed("exporting", progress, [&] { ThrowIfFailed(clinic->SaveXMLPath(file.Path())); });
   const auto loaded = Timed("loading", progress, [&] { document = LoadFile(file.Path()); });
