@@ -38,8 +38,7 @@ const RecordInfo* TableOf(std::string_view element) {
 }
 
 const PropertyDef* PropertyOf(const RecordInfo& info, std::string_view element) {
-  const int code = info.FindElement(element);
-  return code >= 0 ? &info.properties[static_cast<size_t>(code)] : nullptr;
+  return info.PropertyOf(info.FindElement(element));
 }
 
 std::string_view KindName(PropKind kind) {

@@ -5,8 +5,12 @@
 
 #include <string>
 
+#include "node/dom_direct.hpp"
+#include "node/dom_testing.hpp"
 #include "test_util.hpp"
+#include "tree.hpp"
 #include "tympora/node/dom.hpp"
+#include "tympora/records/clients.hpp"
 
 namespace tympora {
 namespace {
@@ -155,6 +159,110 @@ TEST(DomParseTest, ReplacedTreeKeepsItsTextForOldHandles) {
   EXPECT_EQ(Dump(old_root), "a[b['one'],c['two',d]]");
   EXPECT_EQ(old_root.xml(), "<a><b>one</b><c>two<d/></c></a>");
   EXPECT_EQ(Dump(d.documentElement()), "n['new']");
+}
+
+// What a parse of `text` gives by one road: acceptance, the failure's
+// report, the import's status and the tree, in `report`; the records
+// imported into a client list, in `clients`; whether the text was kept.
+struct Reading {
+  std::string report;
+  std::shared_ptr<CClients> clients = std::make_shared<CClients>();
+  bool kept = false;
+};
+
+Reading ReadBy(bool direct_road, const std::string& text) {
+  Reading r;
+  testing_hooks::SetDirectRoad(direct_road);
+  DOMDocument d = DOMDocument::New();
+  const bool ok = d.loadXML(text);
+  testing_hooks::SetDirectRoad(true);
+  const DOMParseError& e = d.parseError();
+  r.report = std::to_string(e.errorCode) + " " + e.reason + " " + std::to_string(e.line) + ":" +
+             std::to_string(e.linepos) + "@" + std::to_string(e.filepos) + "\n";
+  std::string_view unused;
+  size_t root = 0;
+  r.kept = ok && detail::DirectRoot(d.documentElement(), unused, root);
+  if (!ok) return r;
+  const StatusPtr status = r.clients->ImportXMLNode(d.documentElement());
+  r.report += std::to_string(status->Number()) + " " + status->Description() + "\n" + d.xml();
+  return r;
+}
+
+// A document of the common form is kept as text and imported from there;
+// its tree is built once the DOM is used. Whatever the road, the import,
+// the tree and a failure's report are the parser's.
+TEST(DomParseTest, DocumentsKeptAsTextReadAsTheParserReadsThem) {
+  const auto client = [](const std::string& inner) {
+    return "<Clients id='1'><ClientOrPatient id='2'>" + inner + "</ClientOrPatient></Clients>";
+  };
+  struct Case {
+    std::string text;
+    bool kept;
+  };
+  const Case cases[] = {
+      {"<?xml version=\"1.0\"?>\r\n<!--made-->\r\n" + client("<FirstName>Ann</FirstName>") +
+           "\r\n<?pi x?>",
+       true},
+      {client("<FirstName>O&apos;B &amp; &lt;S&gt; &#233;&#x1F600;&quot;</FirstName>"), true},
+      {client("<FirstName>a\r\nb\rc<![CDATA[ d\r\ne ]]></FirstName>"), true},
+      {client("<FirstName>An<!--x-->n<?p q?> <b>i<c/>e</b></FirstName><LastName/>"), true},
+      {client("<FirstName> <!--c--> </FirstName><LastName></LastName><MiddleName >M</MiddleName >"),
+       true},
+      {client("<FirstName null='tr&#117;e'/><LastName null=\"true \"/><MiddleName null='true'>"
+              "x</MiddleName>"),
+       true},
+      {"<Clients id='&#32;7'><ClientOrPatient id=\"\t3\r\n\" note='a>\"b'/>"
+       "<ClientOrPatient id='4&#10;'/></Clients>",
+       true},
+      {"<x:Clients id='1' xmlns:x='u'><x:ClientOrPatient id='2'><x:FirstName>A</x:FirstName>"
+       "</x:ClientOrPatient></x:Clients>",
+       true},
+      {client("<Skip><a><b>x</b><c/></a></Skip><BirthDate>1950-07-14</BirthDate><Deleted>TRUE"
+              "</Deleted><ClientAid id='3'><AidModel>M</AidModel></ClientAid>"),
+       true},
+      {"<Clients/>", true},
+      {"<Cl\xC3\xAF"
+       "ents id='1'/>",
+       true},
+      {client("<FirstName>&#32;</FirstName>"), false},  // blank once resolved
+      {"<!DOCTYPE Clients>" + client(""), false},
+      {"<Clients a='1' b='2' c='3' d='4' e='5' f='6' g='7' h='8' id='9'/>", false},
+      {"<Clients id='1'/><!-- a --->", false},
+      {"<?xml-stylesheet href='s'?><Clients/>", true},
+      {client("<FirstName>&nbsp;</FirstName>"), false},
+      {client("<FirstName>]]></FirstName>"), false},
+      {"<Clients id='1' id='2'/>", false},
+      {client("<FirstName>A</LastName>"), false},
+      {"<Clients/>text", false},
+      {"<Clients><ClientOrPatient id='2'></Clients>", false},
+      {"<Clients id='1'x='2'/>", false},
+      {"<Clients>&#1;</Clients>", false},
+      {" <?xml version='1.0'?><Clients/>", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const Reading direct = ReadBy(true, c.text);
+    const Reading parsed = ReadBy(false, c.text);
+    EXPECT_EQ(direct.kept, c.kept);
+    EXPECT_FALSE(parsed.kept);
+    EXPECT_EQ(direct.report, parsed.report);
+    EXPECT_EQ(support::CompareTrees(*direct.clients, *parsed.clients), "");
+  }
+}
+
+// A handle of a document element kept as text is the same node before and
+// after the tree is built, and outlives a later load.
+TEST(DomParseTest, HandlesOfATextKeptElementStayTheSameNode) {
+  DOMDocument d = Parsed("<a><b>one</b></a>");
+  const DOMElement before = d.documentElement();
+  const DOMElement copy = before;
+  EXPECT_EQ(before.childNodes().length(), 1);  // builds the tree
+  EXPECT_TRUE(copy == before);
+  EXPECT_TRUE(d.documentElement() == copy);
+  EXPECT_FALSE(copy == before.firstChild());
+  ASSERT_TRUE(d.loadXML("<n/>"));
+  EXPECT_EQ(Dump(copy), "a[b['one']]");
+  EXPECT_FALSE(d.documentElement() == copy);
 }
 
 }  // namespace

@@ -39,9 +39,9 @@ std::string OneClient(const std::string& inner) {
 }
 
 bool IsNull(const RecordBase& record, std::string_view element) {
-  const int i = record.Info().FindElement(element);
-  EXPECT_GE(i, 0) << element;
-  return i >= 0 && record.IsPropertyNull(record.Info().properties[static_cast<size_t>(i)]);
+  const PropertyDef* p = record.Info().PropertyOf(record.Info().FindElement(element));
+  EXPECT_NE(p, nullptr) << element;
+  return p && record.IsPropertyNull(*p);
 }
 
 std::shared_ptr<CClient> FirstClient(const CClients& clients) {

@@ -169,9 +169,9 @@ void Walk(const DOMNode& element, const RecordInfo& info, Collector& out) {
     }
     if (type != DOMNodeType::Element) continue;
     const std::string name = child.baseName();
-    const int code = info.FindElement(name);
+    const RecordInfo::Entry entry = info.FindElement(name);
     const int64_t at = SourceOffset(child) - 1;
-    if (code >= 0) {
+    if (entry.IsProperty()) {
       if (seen[name]++ > 0) {
         out.Add(at, "duplicate",
                 "<" + name + "> occurs again in " + std::string(info.node_name) +
@@ -182,7 +182,7 @@ void Walk(const DOMNode& element, const RecordInfo& info, Collector& out) {
                 "<" + name + " null=\"true\"> holds the text " + Quoted(child.text()) +
                     ", which is ignored");
       }
-    } else if (code != RecordInfo::kNone && !IsNullNode(child)) {
+    } else if (entry.IsChildList() && !IsNullNode(child)) {
       const RecordInfo* below = TableOf(name);
       if (below) Walk(child, *below, out);
     }

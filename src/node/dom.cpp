@@ -144,7 +144,12 @@ void CheckAppend(pugi::xml_node parent, pugi::xml_node child) {
 
 void DOMNode::Check() const {
   if (!node_) RaisePlatformError(kErrObjectNotSet);
-  doc_->MaterializeIfEmbedded();
+  if (detail::IsDirectHandle(node_)) node_ = DocImpl::Resolve(*this);
+  doc_->Prepare();
+}
+
+bool operator==(const DOMNode& a, const DOMNode& b) noexcept {
+  return DocImpl::Identity(a) == DocImpl::Identity(b);
 }
 
 DOMNodeType DOMNode::nodeType() const {
@@ -354,7 +359,7 @@ DOMDocument DOMDocument::New() { return DOMDocument(std::make_shared<DocImpl>())
 
 void DOMDocument::Check() const {
   if (!doc_) RaisePlatformError(kErrObjectNotSet);
-  doc_->MaterializeIfEmbedded();
+  doc_->Prepare();
 }
 
 bool DOMDocument::async() const { return Live(doc_).async; }
@@ -403,15 +408,17 @@ DOMNode DOMDocument::createProcessingInstruction(std::string_view target, std::s
   return DOMNode(doc_, n.internal_object());
 }
 
-const DOMParseError& DOMDocument::parseError() const {
-  Check();
-  return doc_->parse_error;
-}
+const DOMParseError& DOMDocument::parseError() const { return Live(doc_).parse_error; }
 
-// No text is embedded at the top of a tree: the import starts here without
-// materializing it.
+// The import starts here without building or materializing the tree: a
+// document kept as text answers with a token of its element, and no text
+// is embedded at the top of a tree.
 DOMElement DOMDocument::documentElement() const {
-  for (pugi::xml_node n = detail::FirstVisibleChild(Live(doc_).Root()); n; n = n.next_sibling()) {
+  DocImpl& d = Live(doc_);
+  if (d.direct && d.direct->built == nullptr && !d.direct->lost) {
+    return DOMNode(doc_, detail::DirectHandle(d.direct.get()));
+  }
+  for (pugi::xml_node n = detail::FirstVisibleChild(d.Root()); n; n = n.next_sibling()) {
     if (n.type() == pugi::node_element) return DOMNode(doc_, n.internal_object());
   }
   return DOMNode();

@@ -1,6 +1,8 @@
 // The document state and the child-cursor cache of the DOM adapter.
 #include "node/dom_internal.hpp"
 
+#include "node/dom_direct.hpp"
+
 #include "tympora/node/error.hpp"
 
 namespace tympora::detail {
@@ -15,14 +17,45 @@ DocImpl::DocImpl() : tree(NewTree()) {}
 
 void DocImpl::InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared, bool embed) {
   if (shared) {
-    MaterializeIfEmbedded();  // handles may still walk the old tree
+    Prepare();  // handles may still walk the old tree
     retired.push_back(std::move(tree));
+    if (direct) retired_direct.push_back(std::move(direct));
   } else {
     retired.clear();
+    retired_direct.clear();
+    direct.reset();
   }
   tree = std::move(next);
   embedded = embed;
   cursors.Invalidate();
+}
+
+void DocImpl::InstallDirect(std::unique_ptr<DirectText> text, bool shared) {
+  InstallTree(NewTree(), shared);
+  direct = std::move(text);
+}
+
+void* DocImpl::Resolve(const DOMNode& n) {
+  if (!IsDirectHandle(n.node_)) return n.node_;
+  const DirectText* text = DirectOf(n.node_);
+  if (text->built == nullptr) n.doc_->BuildDirect();  // only the current one is not built
+  return text->built;
+}
+
+const void* DocImpl::Identity(const DOMNode& n) noexcept {
+  if (!IsDirectHandle(n.node_)) return n.node_;
+  const DirectText* text = DirectOf(n.node_);
+  return text->built != nullptr ? text->built : n.node_;
+}
+
+bool DirectRoot(const DOMNode& node, std::string_view& text, size_t& root) noexcept {
+  const void* raw = DocImpl::Raw(node);
+  if (!IsDirectHandle(raw)) return false;
+  const DirectText* kept = DirectOf(raw);
+  if (kept->built != nullptr || kept->lost) return false;
+  text = std::string_view(kept->data, kept->size);
+  root = kept->root;
+  return true;
 }
 
 void DocImpl::Materialize() {

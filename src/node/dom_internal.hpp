@@ -28,7 +28,8 @@ namespace tympora::detail {
 // ---- Handles -------------------------------------------------------------
 // A DOMNode stores a pugi::xml_node_struct* for tree nodes and a
 // pugi::xml_attribute_struct* with the lowest bit set for attributes. pugixml
-// allocates both at pointer alignment, so that bit is free.
+// allocates both at pointer alignment, so the low bits are free (bit 1 marks
+// a document element kept as text, see DirectText).
 
 inline bool IsAttrHandle(const void* p) noexcept {
   return (reinterpret_cast<uintptr_t>(p) & 1u) != 0;
@@ -42,6 +43,39 @@ inline pugi::xml_attribute AttrOf(const void* p) noexcept {
 }
 inline pugi::xml_node NodeOf(const void* p) noexcept {
   return pugi::xml_node(static_cast<pugi::xml_node_struct*>(const_cast<void*>(p)));
+}
+
+// ---- Documents kept as text (the direct road, dom_direct.hpp) ------------
+
+// A document that the direct road kept as its text. Its tree is built from
+// the text when first needed: `built` is then its document element and the
+// tree owns the text. A handle of the document element before that is a
+// DirectText* with bit 1 set: DOMNode::Check and ElementView::Of replace it
+// by the built element.
+struct DirectText {
+  char* data = nullptr;  // the UTF-8 text, from pugixml's allocator, until the tree takes it
+  size_t size = 0;
+  size_t root = 0;  // the offset of the document element's '<'
+  pugi::xml_node_struct* built = nullptr;
+  bool lost = false;  // the build failed, and the text went with it
+
+  DirectText() = default;
+  DirectText(const DirectText&) = delete;
+  DirectText& operator=(const DirectText&) = delete;
+  ~DirectText() {
+    if (data != nullptr) pugi::get_memory_deallocation_function()(data);
+  }
+};
+
+inline bool IsDirectHandle(const void* p) noexcept {
+  return (reinterpret_cast<uintptr_t>(p) & 2u) != 0;
+}
+inline void* DirectHandle(DirectText* d) noexcept {
+  return reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(d) | 2u);
+}
+inline DirectText* DirectOf(const void* p) noexcept {
+  return reinterpret_cast<DirectText*>(reinterpret_cast<uintptr_t>(p) &
+                                       ~static_cast<uintptr_t>(3u));
 }
 
 // ---- Tree helpers --------------------------------------------------------
@@ -127,6 +161,10 @@ struct DocImpl : Object {
   // handle can reach them.
   std::unique_ptr<pugi::xml_document> tree;
   std::vector<std::unique_ptr<pugi::xml_document>> retired;
+  // The current document when the direct road kept it as text; while its
+  // tree is not built, `tree` is empty. Retired ones are always built.
+  std::unique_ptr<DirectText> direct;
+  std::vector<std::unique_ptr<DirectText>> retired_direct;
 
   bool async = true;
   bool validate_on_parse = true;
@@ -149,10 +187,19 @@ struct DocImpl : Object {
   // old tree must stay alive; otherwise it and all retired trees are freed.
   // `embedded`: `next` holds embedded text.
   void InstallTree(std::unique_ptr<pugi::xml_document> next, bool shared, bool embedded = false);
+  // Makes `text` the current document, kept as text, as InstallTree does.
+  void InstallDirect(std::unique_ptr<DirectText> text, bool shared);
+  // Builds the tree of the current document kept as text, with embedded
+  // text (dom_parse.cpp). Raises 7 when memory runs out; the document then
+  // stays unusable until it is loaded again.
+  void BuildDirect();
   // Turns every embedded text of the current tree into a text node placed
   // first among its element's children; raises 7 when memory runs out.
   void Materialize();
-  void MaterializeIfEmbedded() {
+  // Gives the current tree the form every DOM member but the loads and the
+  // import expects: built, with a node for each text.
+  void Prepare() {
+    if (direct && !direct->built && !direct->lost) BuildDirect();
     if (embedded) Materialize();
   }
   // Takes every child out of `parent`: into the holder of its tree when
@@ -175,6 +222,12 @@ struct DocImpl : Object {
   static DOMNode MakeNode(const std::shared_ptr<DocImpl>& doc, void* node) {
     return node ? DOMNode(doc, node) : DOMNode();
   }
+  // The raw node of a handle: for a document element kept as text, its
+  // tree is built first (raising 7 when memory runs out).
+  static void* Resolve(const DOMNode& n);
+  // The node a handle refers to, without building anything: for a
+  // document element kept as text, its DirectText until the tree is built.
+  static const void* Identity(const DOMNode& n) noexcept;
   // The raw node and the document of a handle.
   static void* Raw(const DOMNode& n) noexcept { return n.node_; }
   static const std::shared_ptr<DocImpl>& DocOf(const DOMNode& n) noexcept { return n.doc_; }

@@ -15,9 +15,12 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 #include "node/dom_check.hpp"
+#include "node/dom_direct.hpp"
 #include "node/dom_internal.hpp"
+#include "node/dom_testing.hpp"
 #include "node/file_internal.hpp"
 #include "tympora/node/error.hpp"
 
@@ -219,6 +222,23 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
     Fail(std::move(e), shared);
     return false;
   }
+  size_t root = 0;
+  if (xml_text && !preserve_white_space && testing_hooks::DirectRoad() && CheckDirect(text, root)) {
+    auto kept = std::make_unique<DirectText>();
+    if (buffer && text.data() == buffer.get()) {
+      kept->data = buffer.release();
+    } else {
+      kept->data = static_cast<char*>(
+          pugi::get_memory_allocation_function()(std::max<size_t>(text.size(), 1)));
+      if (kept->data == nullptr) RaisePlatformError(kErrOutOfMemory);
+      if (!text.empty()) std::memcpy(kept->data, text.data(), text.size());
+    }
+    kept->size = text.size();
+    kept->root = root;
+    InstallDirect(std::move(kept), shared);
+    parse_error = DOMParseError{};
+    return true;
+  }
   auto next = std::make_unique<pugi::xml_document>();
   bool blank_text = false;
   bool in_place = false;
@@ -253,6 +273,34 @@ bool DocImpl::Parse(std::string_view bytes, bool shared, char* owned, bool* mang
   InstallTree(std::move(next), shared, mode == ParseMode::kEmbedText);
   parse_error = DOMParseError{};
   return true;
+}
+
+void DocImpl::BuildDirect() {
+  DirectText& kept = *direct;
+  if (kept.lost) RaisePlatformError(kErrOutOfMemory);
+  auto next = std::make_unique<pugi::xml_document>();
+  // The tree owns the text from here on, built or not.
+  char* data = std::exchange(kept.data, nullptr);
+  kept.lost = true;
+  const pugi::xml_parse_result r =
+      LoadInto(*next, std::string_view(data, kept.size), ParseMode::kEmbedText, true);
+  if (r.status == pugi::status_out_of_memory) RaisePlatformError(kErrOutOfMemory);
+  Failure f;
+  if (!r) f = {r.description(), static_cast<int64_t>(r.offset)};
+  if (!r || !CheckTopLevel(*next, kept.size, f)) {
+    RaisePlatformError(kErrInternal, "a document kept as text does not parse: " + f.reason);
+  }
+  if (!next->prepend_child(pugi::node_element)) RaisePlatformError(kErrOutOfMemory);
+  tree = std::move(next);
+  embedded = true;
+  cursors.Invalidate();
+  for (pugi::xml_node n = FirstVisibleChild(Root()); n; n = n.next_sibling()) {
+    if (n.type() == pugi::node_element) {
+      kept.built = n.internal_object();
+      break;
+    }
+  }
+  kept.lost = false;
 }
 
 void DocImpl::Fail(DOMParseError error, bool shared) {

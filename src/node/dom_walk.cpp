@@ -21,9 +21,9 @@ pugi::xml_node ElementFrom(pugi::xml_node n) noexcept {
 
 // The value of the attribute `name` of the element `node`, or nullptr.
 // Most elements have no attribute at all: one step tells.
-const char* AttributeValue(pugi::xml_node node, const char* name) noexcept {
+const char* AttributeValue(pugi::xml_node node, std::string_view name) noexcept {
   for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-    if (std::strcmp(a.name(), name) == 0) return a.value();
+    if (name == a.name()) return a.value();
   }
   return nullptr;
 }
@@ -32,7 +32,8 @@ const char* AttributeValue(pugi::xml_node node, const char* name) noexcept {
 
 ElementView ElementView::Of(const DOMNode& node) {
   if (!node) RaisePlatformError(kErrObjectNotSet);
-  return ElementView(&node, DocImpl::Raw(node), DocImpl::DocOf(node)->embedded);
+  void* raw = DocImpl::Resolve(node);
+  return ElementView(&node, raw, DocImpl::DocOf(node)->embedded);
 }
 
 void* ElementView::FirstChild(void* node) noexcept {
@@ -48,7 +49,8 @@ bool ElementView::IsElement() const noexcept {
   return !IsAttrHandle(node_) && NodeOf(node_).type() == pugi::node_element;
 }
 
-bool ElementView::Attribute(const char* name, std::string_view& value) const noexcept {
+bool ElementView::Attribute(std::string_view name, std::string_view& value,
+                            std::string&) const noexcept {
   const char* found = IsElement() ? AttributeValue(NodeOf(node_), name) : nullptr;
   if (found != nullptr) value = found;
   return found != nullptr;

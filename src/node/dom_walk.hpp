@@ -19,8 +19,10 @@ namespace tympora::detail {
 // A node during the walk; valid while the handle it was made from lives.
 class ElementView {
  public:
-  // The view of `node`; raises 91 for an absent handle. `node` must outlive
-  // the view and every view of its descendants.
+  // The view of `node`; raises 91 for an absent handle. A document element
+  // that the direct road kept as text gets its tree first (raising 7 when
+  // memory runs out). `node` must outlive the view and every view of its
+  // descendants.
   static ElementView Of(const DOMNode& node);
 
   // The qualified name, prefix included.
@@ -31,9 +33,11 @@ class ElementView {
   std::string_view LocalName() const noexcept;
   // True exactly when the element has an attribute "null" whose value is "true".
   bool IsNullMarked() const noexcept;
-  // The value of the attribute `name` in `value`; false when the node is no
+  // The value of the attribute `name` in `value` (`scratch` is not needed
+  // here: the tree holds values resolved); false when the node is no
   // element or has no such attribute.
-  bool Attribute(const char* name, std::string_view& value) const noexcept;
+  bool Attribute(std::string_view name, std::string_view& value,
+                 std::string& scratch) const noexcept;
   // True for an element (not an attribute, text or document node).
   bool IsElement() const noexcept;
   // The element's text (its text and CDATA descendants, references

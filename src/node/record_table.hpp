@@ -60,8 +60,9 @@ ChildListDef Children(std::string_view property, std::string_view add_member,
                         if (!child) RaisePlatformError(kErrTypeMismatch);
                         AddChildRecord(static_cast<R&>(r).*M, child);
                       },
-                      [](RecordBase& r, const std::shared_ptr<CNode>& node) {
-                        AddChildRecord(static_cast<R&>(r).*M, std::static_pointer_cast<C>(node));
+                      [](RecordBase& r, std::shared_ptr<CNode>&& node) {
+                        AddChildRecord(static_cast<R&>(r).*M,
+                                       std::static_pointer_cast<C>(std::move(node)));
                       },
                       [](const RecordBase& r) -> std::shared_ptr<NodeCollection> {
                         return static_cast<const R&>(r).*M;

@@ -4,9 +4,12 @@
 // Besides "no crash, leak or sanitizer report" it checks:
 // - a text that does not parse leaves the document empty, with a reason and
 //   a position;
+// - the direct road (documents kept as text) accepts and refuses exactly
+//   what the parser's road does, with the same report;
 // - ImportXMLNode always returns a status, and a failing one has a text;
-// - the import reads the tree as the parse left it exactly as it reads the
-//   same tree once the DOM has been used (which gives every text its node);
+// - the import reads the tree as the parse left it (for most texts, the
+//   text itself) exactly as it reads the same tree once the DOM has been
+//   used (which builds the tree and gives every text its node);
 // - whatever an import read can be exported (every value came from XML);
 // - export and import reach a fixpoint after one round: the tree read back
 //   from an export exports to the same element text and compares equal to
@@ -24,6 +27,7 @@
 #include <string>
 #include <string_view>
 
+#include "node/dom_testing.hpp"
 #include "tree.hpp"
 #include "tympora/node/dom.hpp"
 #include "tympora/records/clients.hpp"
@@ -101,12 +105,28 @@ void CheckFileRoad(CClients& clients, const DOMDocument& exported) {
     Broken("file road differs", "file:\n" + actual + "\nexpected:\n" + expected);
 }
 
+// The parser's road alone must accept and refuse as both roads together do.
+void CheckParserRoad(std::string_view text, const DOMDocument& doc, bool ok) {
+  testing_hooks::SetDirectRoad(false);
+  DOMDocument parsed = DOMDocument::New();
+  const bool parsed_ok = parsed.loadXML(text);
+  testing_hooks::SetDirectRoad(true);
+  const DOMParseError& a = doc.parseError();
+  const DOMParseError& b = parsed.parseError();
+  if (parsed_ok != ok || a.errorCode != b.errorCode || a.reason != b.reason || a.line != b.line ||
+      a.linepos != b.linepos || a.filepos != b.filepos) {
+    Broken("the direct road and the parser's road disagree", a.reason + " / " + b.reason);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   DOMDocument doc = DOMDocument::New();
-  if (!doc.loadXML(text)) {
+  const bool ok = doc.loadXML(text);
+  CheckParserRoad(text, doc, ok);
+  if (!ok) {
     const DOMParseError& e = doc.parseError();
     if (e.errorCode == 0 || e.reason.empty() || e.line < 1 || e.linepos < 1) {
       Broken("parse failure without a located reason", e.reason);

@@ -76,12 +76,12 @@ class Collection final : public NodeCollection {
 
   // Adds `item` at the end under `key`. Raises 91 for an absent item and 457
   // for a key already present; the list is unchanged then.
-  void Add(const std::shared_ptr<T>& item, std::string key) {
+  void Add(std::shared_ptr<T> item, std::string key) {
     if (!item) RaisePlatformError(kErrObjectNotSet);
     const uint64_t hash = Hash(key);
     if (Find(key, hash) != kAbsent) RaisePlatformError(kErrDuplicateKey);
     Reserve(entries_.size() + 1);
-    entries_.push_back(Entry{std::move(key), item});
+    entries_.push_back(Entry{std::move(key), std::move(item)});
     Place(Slot{hash, first_seq_ + entries_.size() - 1});
   }
 
@@ -126,7 +126,7 @@ class Collection final : public NodeCollection {
     if (!node) RaisePlatformError(kErrObjectNotSet);
     auto item = std::dynamic_pointer_cast<T>(node);
     if (!item) RaisePlatformError(kErrTypeMismatch);
-    Add(item, key);
+    Add(std::move(item), key);
   }
 
   const_iterator begin() const { return const_iterator(entries_.begin()); }

@@ -110,8 +110,6 @@ class TYMPORA_API DOMNode {
   // Serialisation of this node and everything below it.
   std::string xml() const;
 
-  friend bool operator==(const DOMNode& a, const DOMNode& b) noexcept { return a.node_ == b.node_; }
-
  private:
   friend struct detail::DocImpl;
   friend class DOMDocument;
@@ -121,8 +119,13 @@ class TYMPORA_API DOMNode {
   void Check() const;
 
   std::shared_ptr<detail::DocImpl> doc_;
-  void* node_ = nullptr;
+  // The node. A document element whose tree is not built yet is a token of
+  // its document, which the first member called replaces by the node.
+  mutable void* node_ = nullptr;
 };
+
+// True when both handles refer to the same node (or both are absent).
+TYMPORA_API bool operator==(const DOMNode& a, const DOMNode& b) noexcept;
 
 // Elements are nodes; the alias names the role in signatures.
 using DOMElement = DOMNode;

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <variant>
 #include <vector>
@@ -25,11 +26,9 @@
 namespace tympora {
 
 class RecordBase;
-namespace detail {
-class ElementView;
-}
 
-// The value types a record property can have.
+// The value types a record property can have, in the order of the
+// alternatives of FieldAccess (PropertyDef::Kind reads one from the other).
 enum class PropKind { Int32, Double, String, Date, Bool };
 
 // Access to one property's field of a record. The function returns the field
@@ -38,6 +37,16 @@ using FieldAccess =
     std::variant<Nullable<int32_t>& (*)(RecordBase&), Nullable<double>& (*)(RecordBase&),
                  Nullable<std::string>& (*)(RecordBase&), Nullable<Date>& (*)(RecordBase&),
                  Nullable<bool>& (*)(RecordBase&)>;
+
+// True when alternative K of FieldAccess is the access to a Nullable<T>.
+template <PropKind K, class T>
+inline constexpr bool kKindHolds =
+    std::is_same_v<std::variant_alternative_t<static_cast<size_t>(K), FieldAccess>,
+                   Nullable<T>& (*)(RecordBase&)>;
+static_assert(kKindHolds<PropKind::Int32, int32_t> && kKindHolds<PropKind::Double, double> &&
+                  kKindHolds<PropKind::String, std::string> && kKindHolds<PropKind::Date, Date> &&
+                  kKindHolds<PropKind::Bool, bool> && std::variant_size_v<FieldAccess> == 5,
+              "PropKind must name the alternatives of FieldAccess in their order");
 
 // One property of a record class.
 struct TYMPORA_API PropertyDef {
@@ -63,8 +72,9 @@ struct TYMPORA_API ChildListDef {
   std::shared_ptr<CNode> (*create)();
   // Adds a child under its ID's key: 91 absent, 13 wrong class, 457 duplicate.
   void (*add)(RecordBase&, const std::shared_ptr<CNode>&);
-  // Adds a child made by `create`, whose class is known, as `add` does.
-  void (*adopt)(RecordBase&, const std::shared_ptr<CNode>&);
+  // Adds a child made by `create`, whose class is known, as `add` does,
+  // taking the caller's reference.
+  void (*adopt)(RecordBase&, std::shared_ptr<CNode>&&);
   // The live list itself, shared with the caller (what dispatch hands out).
   std::shared_ptr<NodeCollection> (*shared_list)(const RecordBase&);
 };
@@ -89,20 +99,35 @@ class TYMPORA_API RecordInfo {
   std::vector<Alias> aliases;
   bool id_by_name;  // "ID" reads the ID through PropertyByName (and is ignored on set)
 
-  // What an element name means on import: a property (index >= 0), a child
-  // list (-1 - list index), or nothing (kNone).
-  static constexpr int kNone = INT32_MIN;
-  int FindElement(std::string_view name) const;
-  // The code of the element most likely to follow one of code `code` in a
-  // file (kNone: at the start), following the export order; kNone when no
-  // element can.
-  int Guess(int code) const noexcept;
-  // The element name of a property or child-list code; empty for kNone.
-  std::string_view ElementOf(int code) const noexcept;
-  // The property that PropertyByName `name` stands for, kId for "ID" where
-  // id_by_name, or kNone.
-  static constexpr int kId = -1;
-  int FindName(std::string_view name) const;
+  // What a name means in the table: a property or a child list (with its
+  // index in `properties` or `children`), the record's ID, or nothing.
+  struct Entry {
+    enum class Kind : uint8_t { None, Property, ChildList, Id };
+    Kind kind = Kind::None;
+    uint32_t index = 0;
+
+    explicit operator bool() const noexcept { return kind != Kind::None; }
+    bool IsProperty() const noexcept { return kind == Kind::Property; }
+    bool IsChildList() const noexcept { return kind == Kind::ChildList; }
+    friend bool operator==(const Entry&, const Entry&) = default;
+  };
+
+  // The property or child list whose element is named `name` on import; the
+  // empty entry when there is none.
+  Entry FindElement(std::string_view name) const;
+  // The entry of the element most likely to follow one of `entry` in a
+  // file (the empty entry: at the start), following the export order; the
+  // empty entry when no element can.
+  Entry Guess(Entry entry) const noexcept;
+  // The element name of a property or child-list entry; empty for others.
+  std::string_view ElementOf(Entry entry) const noexcept;
+  // The property that PropertyByName `name` stands for, the ID for "ID"
+  // where id_by_name, or the empty entry.
+  Entry FindName(std::string_view name) const;
+  // The property of a property entry; nullptr for any other.
+  const PropertyDef* PropertyOf(Entry entry) const noexcept {
+    return entry.IsProperty() ? &properties[entry.index] : nullptr;
+  }
 
   // The written forms of one property element, made once with the table so
   // that the writer copies each in one piece.
@@ -117,18 +142,19 @@ class TYMPORA_API RecordInfo {
 
  private:
   std::vector<ElementForms> forms_;
-  std::unordered_map<std::string_view, int> by_element_;
-  std::unordered_map<std::string_view, int> by_name_;
+  std::unordered_map<std::string_view, Entry> by_element_;
+  std::unordered_map<std::string_view, Entry> by_name_;
 };
 
 // Adds `child` to `list` under its ID as decimal text, the key
 // TrimText(ValueToText(child->ID())), creating the list when absent. Raises
 // 91 for an absent child and 457 for a key already present (list unchanged).
 template <class T>
-void AddChildRecord(CollectionPtr<T>& list, const std::shared_ptr<T>& child) {
+void AddChildRecord(CollectionPtr<T>& list, std::shared_ptr<T> child) {
   if (!child) RaisePlatformError(kErrObjectNotSet);
   if (!list) list = std::make_shared<Collection<T>>();
-  list->Add(child, std::to_string(child->ID()));
+  std::string key = std::to_string(child->ID());
+  list->Add(std::move(child), std::move(key));
 }
 
 // The CNode members of a record, all generic.
@@ -186,10 +212,6 @@ class TYMPORA_API RecordBase : public CNode {
   RecordBase() = default;
 
  private:
-  // Reads the ID and every child element of `node` into this record, child
-  // records included; raises what fails.
-  TYMPORA_LOCAL void ImportContent(const detail::ElementView& node);
-
   int32_t id_ = 0;
 };
 
