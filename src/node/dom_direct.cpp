@@ -123,15 +123,18 @@ void AppendResolved(std::string_view run, bool attribute, std::string& out) {
 // nothing changes, else its resolution in `scratch`. A text run (not
 // `attribute`) that is only white space is dropped by the parser: empty.
 std::string_view Resolved(std::string_view run, bool attribute, std::string& scratch) {
-  bool plain = true;
-  bool blank = true;
-  for (const char c : run) {
-    const bool space = Is(c, kSpace);
-    blank &= space;
-    plain &= c != '&' && c != '\r' && !(attribute && space);
+  // Mostly a short run that starts with a character other than white space
+  // and holds no '&' and no CR: one branch-free pass tells.
+  if (!attribute && (run.empty() || Is(run[0], kSpace))) {
+    bool blank = true;
+    for (const char c : run) blank &= Is(c, kSpace);
+    if (blank) return {};
   }
-  if (blank && !attribute) return {};
-  if (plain) return run;
+  bool special = false;
+  for (const char c : run) {
+    special |= (c == '&') | (c == '\r') | (attribute & ((c == '\t') | (c == '\n')));
+  }
+  if (!special) return run;
   scratch.clear();
   AppendResolved(run, attribute, scratch);
   return scratch;
