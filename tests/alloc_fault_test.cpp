@@ -1,8 +1,8 @@
-// Out of memory during an export: every allocation that an export makes (by
-// operator new, and in the DOM through its testing hook) is made to fail in
-// turn, and each time the export must return 7 "Out of
-// memory" (or succeed, where a failed attempt was retried another way),
-// leave no partial file and keep the records as they were. Built as a
+// Out of memory during an export or an import: every allocation that it
+// makes (by operator new, and in the DOM through its testing hook) is made
+// to fail in turn, and each time it must report 7 "Out of memory" (or
+// succeed, where a failed attempt was retried another way), leave no
+// partial file and keep the records as they were. Built as a
 // process of its own because it replaces the global operator new; under
 // AddressSanitizer the leak check at exit proves that no failure leaks.
 #include <gtest/gtest.h>
@@ -160,6 +160,46 @@ TEST(AllocFaultTest, EveryFailingAllocationOfADocumentExportAndImportGives7) {
     if (exported->Number() != 0) {
       ExpectOutOfMemory(exported);
     } else if (imported->Number() != 0) {
+      ExpectOutOfMemory(imported);
+    }
+  }
+}
+
+// A document kept as text, imported and then used: each failing allocation
+// makes the load, the import or the building of the tree report 7, and
+// nothing leaks.
+TEST(AllocFaultTest, EveryFailingAllocationOfALoadImportAndBuildGives7) {
+  const auto clinic = TinyClinic();
+  const std::string text = testing::ExportElement(*clinic).xml();
+  for (long n = 1;; ++n) {
+    SCOPED_TRACE("allocation " + std::to_string(n));
+    CClients back;
+    StatusPtr imported;
+    int32_t raised = 0;
+    int32_t children = 0;
+    const bool fired = WithFailingAllocation(n, [&] {
+      try {  // the DOM's members raise 7, or let the standard library's bad_alloc through
+        raised = testing::ErrorOf([&] {
+          DOMDocument doc = DOMDocument::New();
+          if (!doc.loadXML(text)) return;
+          const DOMNode root = doc.documentElement();
+          imported = back.ImportXMLNode(root);
+          children = root.childNodes().length();
+        });
+      } catch (const std::bad_alloc&) {
+        raised = kErrOutOfMemory;
+      }
+    });
+    if (!fired) {
+      EXPECT_EQ(raised, 0);
+      EXPECT_EQ(imported->Number(), 0);
+      EXPECT_GT(children, 0);
+      EXPECT_EQ(support::CompareTrees(*clinic, back), "");
+      break;
+    }
+    if (raised != 0) {
+      EXPECT_EQ(raised, kErrOutOfMemory);
+    } else if (imported && imported->Number() != 0) {
       ExpectOutOfMemory(imported);
     }
   }
