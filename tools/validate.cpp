@@ -141,7 +141,8 @@ class Collector : public ImportObserver {
   }
 };
 
-bool IsBlank(std::string_view text) {
+// True when `text` is empty or only XML white space (blank, tab, CR, LF).
+bool IsXmlSpaceOnly(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
@@ -156,7 +157,7 @@ void Walk(const DOMNode& element, const RecordInfo& info, Collector& out) {
     const DOMNodeType type = child.nodeType();
     if (type == DOMNodeType::Text || type == DOMNodeType::CData) {
       const std::string text = child.text();
-      if (!IsBlank(text)) {
+      if (!IsXmlSpaceOnly(text)) {
         // A text the tree keeps inside its element has no place of its own:
         // the element that follows it, or else its record, tells where.
         int64_t at = SourceOffset(child);

@@ -140,13 +140,6 @@ std::string_view Resolved(std::string_view run, bool attribute, std::string& scr
   return scratch;
 }
 
-bool IsBlankRun(std::string_view run) noexcept {
-  for (const char c : run) {
-    if (!Is(c, kSpace)) return false;
-  }
-  return true;
-}
-
 // The one pass of CheckDirect. Each member reads one construct at p_ and
 // moves past it, or returns false.
 class Checker {
@@ -345,7 +338,7 @@ bool Checker::Text() {
   // The parser's road drops such a text once resolved, unless it holds more.
   std::string resolved;
   AppendResolved(std::string_view(start, static_cast<size_t>(p_ - start)), false, resolved);
-  return !IsBlankRun(resolved);
+  return !IsXmlSpaceOnly(resolved);
 }
 
 bool Checker::EndTag() {
@@ -517,7 +510,7 @@ void DirectElement::AppendContentText(size_t at, std::string& out) const {
   for (size_t depth = 0;;) {
     const size_t lt = NextMarkup(at);
     const std::string_view run = text_.substr(at, lt - at);
-    if (!IsBlankRun(run)) AppendResolved(run, false, out);
+    if (!IsXmlSpaceOnly(run)) AppendResolved(run, false, out);
     if (text_[lt + 1] == '/') {
       at = AfterEndTag(lt);
       if (depth-- == 0) {

@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "node/white_space.hpp"
 #include "tympora/node/dom.hpp"
 #include "tympora/node/object.hpp"
 
@@ -79,11 +80,6 @@ inline DirectText* DirectOf(const void* p) noexcept {
 }
 
 // ---- Tree helpers --------------------------------------------------------
-
-// XML's white space: blank, tab, CR and LF.
-inline bool IsXmlSpace(uint32_t c) noexcept {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
 
 inline bool IsHolder(pugi::xml_node n) noexcept {
   return n.type() == pugi::node_element && *n.name() == 0 &&

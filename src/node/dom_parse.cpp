@@ -55,13 +55,6 @@ struct Failure {
   int64_t offset = 0;  // in the text that was parsed
 };
 
-bool IsBlank(const char* s) noexcept {
-  for (; *s != 0; ++s) {
-    if (!IsXmlSpace(static_cast<unsigned char>(*s))) return false;
-  }
-  return true;
-}
-
 // The parse error for `failure`, with its 1-based line and column in `text`.
 // LF, CR LF and a lone CR each end a line.
 DOMParseError Locate(std::string_view text, Failure failure) {
@@ -112,7 +105,7 @@ bool CheckTopLevel(pugi::xml_node doc, size_t text_size, Failure& f) {
         }
         break;
       case pugi::node_pcdata:
-        if (IsBlank(n.value())) {
+        if (IsXmlSpaceOnly(n.value())) {
           doc.remove_child(n);
         } else {
           f = {"Text is not allowed outside the document element", OffsetOf(n, 0)};
@@ -138,7 +131,7 @@ bool CheckTopLevel(pugi::xml_node doc, size_t text_size, Failure& f) {
 void StripBlankText(pugi::xml_node root) {
   for (pugi::xml_node n = root.first_child(); n;) {
     const pugi::xml_node next = NextInSubtree(n, root);
-    if (n.type() == pugi::node_pcdata && IsBlank(n.value())) n.parent().remove_child(n);
+    if (n.type() == pugi::node_pcdata && IsXmlSpaceOnly(n.value())) n.parent().remove_child(n);
     n = next;
   }
 }

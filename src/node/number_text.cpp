@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "node/number_text.hpp"
+#include "node/white_space.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/locale.hpp"
@@ -236,16 +237,12 @@ double ReadDecimal(std::string_view text, size_t* used) {
   return negative ? -magnitude : magnitude;
 }
 
-// The blanks allowed around a numeric text: those that TextToNumber skips. A
-// CR ends a number there, so it is no blank here either.
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n'; }
-
 // The ASCII number that `text` spells in the current locale's number form
 // (decimal separator the period or the locale's, grouping separators between
 // digits), or nothing when the whole text is not such a number.
 std::optional<std::string> CanonicalNumber(std::string_view text) {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && IsNumberBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsNumberBlank(text.back())) text.remove_suffix(1);
   if (text.empty()) return std::nullopt;
   if (text.front() == '&') {
     size_t used = 0;
@@ -373,9 +370,9 @@ std::string TrimText(std::string_view text) {
 // error: the reader never fails); one below the smallest denormal as zero.
 double TextToNumber(std::string_view text) {
   std::string packed;
-  if (text.find_first_of(" \t\n") != std::string_view::npos) {
+  if (std::any_of(text.begin(), text.end(), detail::IsNumberBlank)) {
     for (char c : text) {
-      if (c != ' ' && c != '\t' && c != '\n') packed += c;
+      if (!detail::IsNumberBlank(c)) packed += c;
     }
     text = packed;
   }

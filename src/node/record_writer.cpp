@@ -19,14 +19,6 @@
 namespace tympora::detail {
 namespace {
 
-// A text node that the second parse drops: empty, or blanks, tabs, CR and LF only.
-bool IsBlank(std::string_view s) noexcept {
-  for (char c : s) {
-    if (c != ' ' && c != '\t' && c != '\r' && c != '\n') return false;
-  }
-  return true;
-}
-
 // Appends `s` escaped as the serialiser escapes text, checking it in the same
 // pass: ASCII is checked byte by byte, and from the first other byte on the
 // rest is checked as UTF-8. Raises 1002 for a text that XML cannot carry.
@@ -57,7 +49,7 @@ void AppendEscaped(TextBuffer& out, std::string_view s) {
 // is dropped by the second parse and leaves an empty element.
 void AppendTextElement(TextBuffer& out, const RecordInfo::ElementForms& forms,
                        std::string_view text) {
-  if (IsBlank(text)) {
+  if (IsXmlSpaceOnly(text)) {  // a text the second parse drops
     out.Append(forms.empty);
     return;
   }
