@@ -413,9 +413,13 @@ double SampleDouble(uint64_t i, std::mt19937_64& random) {
       return std::bit_cast<double>(bits);
     case 1:
       return std::bit_cast<double>(bits & 0x800FFFFFFFFFFFFFull);
-    case 2:
-      return sign * static_cast<double>(bits % 1000000000) *
-             std::pow(10.0, static_cast<int>(random() % 600) - 310);
+    case 2: {  // a few decimals, and its neighbours
+      const double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+      const uint64_t limit = 10 * static_cast<uint64_t>(powers[random() % 10]) * 100000;
+      const double x = static_cast<double>(bits % limit) / powers[random() % 10];
+      const int step = static_cast<int>(random() % 3) - 1;
+      return sign * (step == 0 ? x : std::nextafter(x, step * kInf));
+    }
     case 3: {
       char text[40];
       const auto digits = std::to_string(100000000000000ull + random() % 900000000000000ull) + "5";

@@ -25,16 +25,40 @@ namespace {
 // most 15, without trailing zeros, at `digits`; returns their count and sets
 // `exponent`, the decimal exponent of the first digit. A carry of the
 // rounding (9.999...e2 to 1e3) is already in the exponent.
+// Powers of ten that a double holds exactly.
+constexpr double kExactPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+
+// The digits of `magnitude` when it is the double nearest to m / 10^k for a
+// whole m below 10^15 and k up to 8 (a whole number, or one with a few
+// decimals, as most measured values are): those of m, with `exponent`
+// telling where the period goes; 0 for any other value. Such a decimal is
+// the only one of at most 15 significant digits that reads back as
+// `magnitude` (two of them lie further apart than a double's unit in the
+// last place), so it is the shortest form and the correctly rounded one.
+size_t ShortDecimalDigits(double magnitude, char* digits, int& exponent) noexcept {
+  if (!(magnitude < 1e15)) return 0;
+  for (size_t k = 0; k < std::size(kExactPowers); ++k) {
+    const double product = magnitude * kExactPowers[k];
+    if (product >= 1e15) return 0;
+    // Adding and taking away 1.5 * 2^52 rounds a value below 2^51 to a whole
+    // number, ties to even.
+    const double scaled = product + 0x1.8p52 - 0x1.8p52;
+    // Where m / 10^k is the value, the product lies within a few units in
+    // its last place of m: others need no division.
+    if (std::fabs(product - scaled) > product * 0x1p-50) continue;
+    if (scaled / kExactPowers[k] != magnitude) continue;
+    const char* end = std::to_chars(digits, digits + 16, static_cast<uint64_t>(scaled)).ptr;
+    const size_t count = static_cast<size_t>(end - digits);
+    exponent = static_cast<int>(count) - 1 - static_cast<int>(k);
+    return count;
+  }
+  return 0;
+}
+
 size_t SignificantDigits(double magnitude, char* digits, int& exponent) noexcept {
   char buf[40];
-  size_t count = 0;
-  if (magnitude < 1e15 && magnitude == std::floor(magnitude)) {
-    // A whole number below 10^15 is its own digits.
-    const char* end = std::to_chars(buf, buf + 20, static_cast<uint64_t>(magnitude)).ptr;
-    count = static_cast<size_t>(end - buf);
-    exponent = static_cast<int>(count) - 1;
-    std::memcpy(digits, buf, count);
-  } else {
+  size_t count = ShortDecimalDigits(magnitude, digits, exponent);
+  if (count == 0) {
     // For a normal double the shortest digits that read back as it lie
     // within half a unit in its last place, which is less than half a step
     // of the 15-digit grid: when there are at most 15 of them they are the

@@ -106,8 +106,7 @@ void AppendProperty(TextBuffer& out, const PropertyDef& p, const RecordInfo::Ele
       p.field);
 }
 
-bool HasChildren(const RecordBase& r) {
-  const RecordInfo& info = r.Info();
+bool HasChildren(const RecordBase& r, const RecordInfo& info) {
   if (!info.properties.empty()) return true;
   for (const ChildListDef& list : info.children) {
     const NodeCollection* children = list.list(r);
@@ -116,31 +115,34 @@ bool HasChildren(const RecordBase& r) {
   return false;
 }
 
-// One open element of the iterative walk: the record and the position of
-// the next child to write (list index, then 1-based position).
+// One open element of the iterative walk: the record, its table and the
+// position of the next child to write (list index, then 1-based position).
 struct Frame {
   const RecordBase* record;
+  const RecordInfo* info;
   size_t list = 0;
   int32_t position = 1;
 };
 
-void OpenRecord(TextBuffer& out, const RecordBase& r) {
-  const RecordInfo& info = r.Info();
+// Writes the start of the record's element with its property elements, or
+// the whole element when it holds nothing; true when children may follow.
+bool OpenRecord(TextBuffer& out, const RecordBase& r, const RecordInfo& info) {
   out.Append('<');
   out.Append(info.node_name);
   out.Append(" id=\"");
   char* const start = out.Reserve(kNumberChars);
   out.Commit(std::to_chars(start, start + kNumberChars, r.ID()).ptr);
   out.Append('"');
-  if (!HasChildren(r)) {
+  if (!HasChildren(r, info)) {
     out.Append("/>");
-    return;
+    return false;
   }
   out.Append('>');
   const std::vector<RecordInfo::ElementForms>& forms = info.Forms();
   for (size_t i = 0; i < info.properties.size(); ++i) {
     AppendProperty(out, info.properties[i], forms[i], r);
   }
+  return true;
 }
 
 }  // namespace
@@ -164,11 +166,10 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
 
   // Iterative, so that no depth of tree can exhaust the stack.
   std::vector<Frame> stack;
-  OpenRecord(out, record);
-  if (HasChildren(record)) stack.push_back({&record});
+  if (OpenRecord(out, record, record.Info())) stack.push_back({&record, &record.Info()});
   while (!stack.empty()) {
     Frame& top = stack.back();
-    const std::vector<ChildListDef>& lists = top.record->Info().children;
+    const std::vector<ChildListDef>& lists = top.info->children;
     const NodeCollection* children = nullptr;
     while (top.list < lists.size()) {
       children = lists[top.list].list(*top.record);
@@ -178,15 +179,15 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
     }
     if (top.list == lists.size()) {
       out.Append("</");
-      out.Append(top.record->Info().node_name);
+      out.Append(top.info->node_name);
       out.Append('>');
       stack.pop_back();
       continue;
     }
-    const RecordBase* child = AsLibraryRecord(*children->NodeItem(top.position++));
+    const RecordBase* child = AsLibraryRecord(children->NodeRef(top.position++));
     if (!child) RaisePlatformError(kErrTypeMismatch, "a node of a host's class");
-    OpenRecord(out, *child);
-    if (HasChildren(*child)) stack.push_back({child});
+    const RecordInfo& info = child->Info();
+    if (OpenRecord(out, *child, info)) stack.push_back({child, &info});
   }
   out.Append("\r\n");
 }

@@ -43,6 +43,9 @@ class TYMPORA_API NodeCollection : public Object {
   virtual bool Contains(const std::string& key) const = 0;
   // The key of the element at `position` (1 to Count). Raises 5 when out of range.
   virtual const std::string& Key(int32_t position) const = 0;
+  // The element at `position` (1 to Count), borrowed: valid while the list
+  // holds it. Raises 5 when out of range.
+  virtual const CNode& NodeRef(int32_t position) const = 0;
 };
 
 template <class T>
@@ -121,6 +124,8 @@ class Collection final : public NodeCollection {
   bool Contains(const std::string& key) const override { return Find(key, Hash(key)) != kAbsent; }
 
   std::shared_ptr<CNode> NodeItem(int32_t position) const override { return Item(position); }
+
+  const CNode& NodeRef(int32_t position) const override { return *Item(position); }
 
   void AddNode(const std::shared_ptr<CNode>& node, const std::string& key) override {
     if (!node) RaisePlatformError(kErrObjectNotSet);
