@@ -21,25 +21,19 @@ namespace detail {
 
 namespace {
 
-// The significant digits of `magnitude` (positive, finite) rounded to at
-// most 15, without trailing zeros, at `digits`; returns their count and sets
-// `exponent`, the decimal exponent of the first digit. A carry of the
-// rounding (9.999...e2 to 1e3) is already in the exponent.
 // Powers of ten that a double holds exactly.
 constexpr double kExactPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
 
-// The digits of `magnitude` when it is the double nearest to m / 10^k for a
-// whole m below 10^15 and k up to 8 (a whole number, or one with a few
-// decimals, as most measured values are): those of m, with `exponent`
-// telling where the period goes; 0 for any other value. Such a decimal is
-// the only one of at most 15 significant digits that reads back as
-// `magnitude` (two of them lie further apart than a double's unit in the
-// last place), so it is the shortest form and the correctly rounded one.
-size_t ShortDecimalDigits(double magnitude, char* digits, int& exponent) noexcept {
-  if (!(magnitude < 1e15)) return 0;
-  for (size_t k = 0; k < std::size(kExactPowers); ++k) {
+// True when `magnitude` (positive) is the double nearest to m / 10^k for a
+// whole m below 10^15 and k up to 8, with the smallest such k: a whole
+// number, or one with a few decimals, as most measured values are. Such a
+// decimal is the only one of at most 15 significant digits that reads back
+// as `magnitude` (two of them lie further apart than a double's unit in the
+// last place), so its digits are the shortest form and the rounded one.
+bool ShortDecimal(double magnitude, uint64_t& m, size_t& k) noexcept {
+  for (k = 0; k < std::size(kExactPowers); ++k) {
     const double product = magnitude * kExactPowers[k];
-    if (product >= 1e15) return 0;
+    if (!(product < 1e15)) return false;
     // Adding and taking away 1.5 * 2^52 rounds a value below 2^51 to a whole
     // number, ties to even.
     const double scaled = product + 0x1.8p52 - 0x1.8p52;
@@ -47,37 +41,55 @@ size_t ShortDecimalDigits(double magnitude, char* digits, int& exponent) noexcep
     // its last place of m: others need no division.
     if (std::fabs(product - scaled) > product * 0x1p-50) continue;
     if (scaled / kExactPowers[k] != magnitude) continue;
-    const char* end = std::to_chars(digits, digits + 16, static_cast<uint64_t>(scaled)).ptr;
-    const size_t count = static_cast<size_t>(end - digits);
-    exponent = static_cast<int>(count) - 1 - static_cast<int>(k);
-    return count;
+    m = static_cast<uint64_t>(scaled);
+    return true;
   }
-  return 0;
+  return false;
 }
 
+// Writes m / 10^k in the plain form: the digits of m with a period before
+// the last k of them, and before a fraction below 1 a period alone (a zero
+// first when `zero_before_separator`).
+char* WriteDecimal(char* out, uint64_t m, size_t k, bool zero_before_separator) noexcept {
+  char digits[16];
+  const size_t count = static_cast<size_t>(std::to_chars(digits, digits + 16, m).ptr - digits);
+  if (count > k) {
+    out = std::copy(digits, digits + count - k, out);
+    if (k == 0) return out;
+    *out++ = '.';
+    return std::copy(digits + count - k, digits + count, out);
+  }
+  if (zero_before_separator) *out++ = '0';
+  *out++ = '.';
+  out = std::fill_n(out, k - count, '0');
+  return std::copy(digits, digits + count, out);
+}
+
+// The significant digits of `magnitude` (positive, finite) rounded to at
+// most 15, without trailing zeros, at `digits`; returns their count and sets
+// `exponent`, the decimal exponent of the first digit. A carry of the
+// rounding (9.999...e2 to 1e3) is already in the exponent.
 size_t SignificantDigits(double magnitude, char* digits, int& exponent) noexcept {
   char buf[40];
-  size_t count = ShortDecimalDigits(magnitude, digits, exponent);
-  if (count == 0) {
-    // For a normal double the shortest digits that read back as it lie
-    // within half a unit in its last place, which is less than half a step
-    // of the 15-digit grid: when there are at most 15 of them they are the
-    // correctly rounded form. Longer forms and denormals are rounded to 15.
-    const char* end = buf;
-    const char* e = buf;
-    if (magnitude >= DBL_MIN) {
-      end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific).ptr;
-      e = std::find(static_cast<const char*>(buf), end, 'e');
-    }
-    if (e - buf > 16 || e == buf) {  // more than 15 digits and the period, or a denormal
-      end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14).ptr;
-      e = buf + 16;
-    }
-    digits[count++] = buf[0];
-    for (const char* p = buf + 2; p < e; ++p) digits[count++] = *p;
-    std::from_chars(e + 2, end, exponent);  // e[1] is the exponent's sign
-    if (e[1] == '-') exponent = -exponent;
+  size_t count = 0;
+  // For a normal double the shortest digits that read back as it lie within
+  // half a unit in its last place, which is less than half a step of the
+  // 15-digit grid: when there are at most 15 of them they are the correctly
+  // rounded form. Longer forms and denormals are rounded to 15.
+  const char* end = buf;
+  const char* e = buf;
+  if (magnitude >= DBL_MIN) {
+    end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific).ptr;
+    e = std::find(static_cast<const char*>(buf), end, 'e');
   }
+  if (e - buf > 16 || e == buf) {  // more than 15 digits and the period, or a denormal
+    end = std::to_chars(buf, buf + sizeof buf, magnitude, std::chars_format::scientific, 14).ptr;
+    e = buf + 16;
+  }
+  digits[count++] = buf[0];
+  for (const char* p = buf + 2; p < e; ++p) digits[count++] = *p;
+  std::from_chars(e + 2, end, exponent);  // e[1] is the exponent's sign
+  if (e[1] == '-') exponent = -exponent;
   while (count > 1 && digits[count - 1] == '0') --count;
   return count;
 }
@@ -88,6 +100,12 @@ char* WriteMagnitude(char* out, double magnitude, bool zero_before_separator) no
   if (magnitude == 0) {
     *out = '0';
     return out + 1;
+  }
+  // From 10^-4 on, a short decimal is written in the plain form.
+  uint64_t m = 0;
+  size_t k = 0;
+  if (magnitude >= 1e-4 && ShortDecimal(magnitude, m, k)) {
+    return WriteDecimal(out, m, k, zero_before_separator);
   }
   char digits[16];
   int exponent = 0;

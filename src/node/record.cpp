@@ -21,11 +21,34 @@ RecordInfo::RecordInfo(std::string_view node_name_, std::string_view class_name_
       children(std::move(children_)),
       aliases(std::move(aliases_)),
       id_by_name(id_by_name_) {
+  // The forms are laid out in one text first and viewed once it is whole.
+  std::vector<size_t> lengths;
   for (const PropertyDef& p : properties) {
     const std::string name(p.element);
-    forms_.push_back(
-        {"<" + name + ">", "</" + name + ">", "<" + name + " null=\"true\"/>", "<" + name + "/>"});
+    for (const std::string& form : {"<" + name + ">", "</" + name + ">",
+                                    "<" + name + " null=\"true\"/>", "<" + name + "/>"}) {
+      form_text_ += form;
+      lengths.push_back(form.size());
+    }
   }
+  const std::string name(node_name);
+  for (const std::string& form : {"<" + name + " id=\"", "</" + name + ">"}) {
+    form_text_ += form;
+    lengths.push_back(form.size());
+  }
+  form_text_.append(kFormPadding, '\0');
+  const char* at = form_text_.data();
+  const auto next = [&](size_t i) {
+    const std::string_view form(at, lengths[i]);
+    at += lengths[i];
+    return form;
+  };
+  const size_t properties_end = lengths.size() - 2;
+  for (size_t i = 0; i < properties_end; i += 4) {
+    forms_.push_back({next(i), next(i + 1), next(i + 2), next(i + 3)});
+  }
+  record_open_ = next(properties_end);
+  record_close_ = next(properties_end + 1);
   for (uint32_t i = 0; i < properties.size(); ++i) {
     by_element_.emplace(properties[i].element, Entry{Entry::Kind::Property, i});
     by_name_.emplace(properties[i].element, Entry{Entry::Kind::Property, i});

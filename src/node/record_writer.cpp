@@ -50,12 +50,12 @@ void AppendEscaped(TextBuffer& out, std::string_view s) {
 void AppendTextElement(TextBuffer& out, const RecordInfo::ElementForms& forms,
                        std::string_view text) {
   if (IsXmlSpaceOnly(text)) {  // a text the second parse drops
-    out.Append(forms.empty);
+    out.AppendForm(forms.empty);
     return;
   }
-  out.Append(forms.open);
+  out.AppendForm(forms.open);
   AppendEscaped(out, text);
-  out.Append(forms.close);
+  out.AppendForm(forms.close);
 }
 
 // The most bytes of a number's text: a sign and the magnitude.
@@ -71,14 +71,14 @@ void AppendValue(TextBuffer& out, const RecordInfo::ElementForms& forms, const T
   } else if constexpr (std::is_same_v<T, Date>) {
     AppendTextElement(out, forms, TrimText(ValueToText(value)));
   } else if constexpr (std::is_same_v<T, bool>) {
-    out.Append(forms.open);
+    out.AppendForm(forms.open);
     out.Append(value ? std::string_view("True") : std::string_view("False"));
-    out.Append(forms.close);
+    out.AppendForm(forms.close);
   } else {
     if constexpr (std::is_same_v<T, double>) {
       if (!std::isfinite(value)) RaisePlatformError(kErrOverflow);
     }
-    out.Append(forms.open);
+    out.AppendForm(forms.open);
     char* const start = out.Reserve(kNumberChars);
     char* p = start;
     if constexpr (std::is_same_v<T, double>) {
@@ -88,7 +88,7 @@ void AppendValue(TextBuffer& out, const RecordInfo::ElementForms& forms, const T
       p = std::to_chars(p, start + kNumberChars, value).ptr;
     }
     out.Commit(p);
-    out.Append(forms.close);
+    out.AppendForm(forms.close);
   }
 }
 
@@ -98,7 +98,7 @@ void AppendProperty(TextBuffer& out, const PropertyDef& p, const RecordInfo::Ele
       [&](auto access) {
         const auto& field = access(const_cast<RecordBase&>(r));
         if (field.IsNull()) {
-          out.Append(forms.null_value);
+          out.AppendForm(forms.null_value);
         } else {
           AppendValue(out, forms, field.Get());
         }
@@ -127,9 +127,7 @@ struct Frame {
 // Writes the start of the record's element with its property elements, or
 // the whole element when it holds nothing; true when children may follow.
 bool OpenRecord(TextBuffer& out, const RecordBase& r, const RecordInfo& info) {
-  out.Append('<');
-  out.Append(info.node_name);
-  out.Append(" id=\"");
+  out.AppendForm(info.RecordOpen());
   char* const start = out.Reserve(kNumberChars);
   out.Commit(std::to_chars(start, start + kNumberChars, r.ID()).ptr);
   out.Append('"');
@@ -178,16 +176,14 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
       top.position = 1;
     }
     if (top.list == lists.size()) {
-      out.Append("</");
-      out.Append(top.info->node_name);
-      out.Append('>');
+      out.AppendForm(top.info->RecordClose());
       stack.pop_back();
       continue;
     }
-    const RecordBase* child = AsLibraryRecord(children->NodeRef(top.position++));
-    if (!child) RaisePlatformError(kErrTypeMismatch, "a node of a host's class");
-    const RecordInfo& info = child->Info();
-    if (OpenRecord(out, *child, info)) stack.push_back({child, &info});
+    // The lists of the library's classes hold records of its final classes.
+    const auto& child = static_cast<const RecordBase&>(children->NodeRef(top.position++));
+    const RecordInfo& info = child.Info();
+    if (OpenRecord(out, child, info)) stack.push_back({&child, &info});
   }
   out.Append("\r\n");
 }

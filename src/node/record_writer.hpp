@@ -27,6 +27,16 @@ class TextBuffer {
     std::memcpy(data_ + size_, s.data(), s.size());
     size_ += s.size();
   }
+  // Appends `s`, which is followed by at least RecordInfo::kFormPadding
+  // readable bytes (an element form): short ones are copied in one fixed-size
+  // move.
+  void AppendForm(std::string_view s) {
+    constexpr size_t kPad = RecordInfo::kFormPadding;
+    if (s.size() > kPad) return Append(s);
+    if (size_ + kPad > capacity_) Grow(kPad);
+    std::memcpy(data_ + size_, s.data(), kPad);
+    size_ += s.size();
+  }
   void Append(char c) {
     if (size_ == capacity_) Grow(1);
     data_[size_++] = c;
@@ -55,9 +65,9 @@ const RecordBase* AsLibraryRecord(const CNode& node) noexcept;
 // "document created " + `date_text`, the record's element with everything
 // below it, each followed by CR LF. Raises what the values raise: 1002 for a
 // text that XML cannot carry, 6 for a number that is not finite. The caller
-// then exports through the document road, which reports the failure. Raises
-// 13 when the tree holds a node of another class (the document road then
-// exports it through its CNode members).
+// then exports through the document road, which reports the failure.
+// `record` must be of one of the library's own classes (AsLibraryRecord):
+// their lists hold only records of the library's final classes.
 void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string_view date_text);
 
 }  // namespace tympora::detail

@@ -131,17 +131,31 @@ class TYMPORA_API RecordInfo {
 
   // The written forms of one property element, made once with the table so
   // that the writer copies each in one piece.
+  // Each points into one text of the table's that holds at least
+  // kFormPadding more bytes after it, so that a writer may copy a fixed
+  // number of bytes and keep the form's length.
   struct ElementForms {
-    std::string open;        // <Name>
-    std::string close;       // </Name>
-    std::string null_value;  // <Name null="true"/>
-    std::string empty;       // <Name/>
+    std::string_view open;        // <Name>
+    std::string_view close;       // </Name>
+    std::string_view null_value;  // <Name null="true"/>
+    std::string_view empty;       // <Name/>
   };
+  static constexpr size_t kFormPadding = 32;
   // Per property, in export order.
   const std::vector<ElementForms>& Forms() const noexcept { return forms_; }
+  // The start of the record's own element up to its id's value (<Name id=")
+  // and its end tag (</Name>), laid out as the forms are.
+  std::string_view RecordOpen() const noexcept { return record_open_; }
+  std::string_view RecordClose() const noexcept { return record_close_; }
+
+  RecordInfo(const RecordInfo&) = delete;
+  RecordInfo& operator=(const RecordInfo&) = delete;
 
  private:
+  std::string form_text_;  // every form, then kFormPadding bytes
   std::vector<ElementForms> forms_;
+  std::string_view record_open_;
+  std::string_view record_close_;
   std::unordered_map<std::string_view, Entry> by_element_;
   std::unordered_map<std::string_view, Entry> by_name_;
 };
