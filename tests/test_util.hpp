@@ -1,12 +1,18 @@
-// Helpers shared by the tests: error capture, DOM shapes, temporary folders.
+// Helpers shared by the tests: error capture, DOM shapes, temporary folders,
+// golden files.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <unistd.h>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iomanip>
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -107,6 +113,91 @@ inline std::string WithoutCreationDate(std::string text) {
   if (end == std::string::npos) return text;
   text.replace(start + marker.size(), end - start - marker.size(), "DATE");
   return text;
+}
+
+// Golden files. An export writes the declaration and the comment, each ended
+// by CR LF, and then the whole tree on one line. A golden file stores those
+// bytes with a LF put between every ">" and the "<" after it, so that each
+// element starts a line of its own. GoldenBytes undoes that exactly: it
+// removes each LF that stands between ">" and "<". The CR LF that the
+// library writes follows a CR and stays, and an export that itself holds a
+// LF between ">" and "<" is refused as a golden file (MatchesGolden).
+
+// `bytes` with a LF between every ">" and the "<" after it.
+inline std::string GoldenText(std::string bytes) {
+  for (size_t at = 0; (at = bytes.find("><", at)) != std::string::npos; at += 2) {
+    bytes.insert(at + 1, 1, '\n');
+  }
+  return bytes;
+}
+
+// The bytes that the golden text `text` stands for.
+inline std::string GoldenBytes(std::string text) {
+  for (size_t at = 0; (at = text.find(">\n<", at)) != std::string::npos;) text.erase(at + 1, 1);
+  return text;
+}
+
+// `bytes` cut where GoldenText starts its lines, each line with the LF it
+// holds and every byte outside printable ASCII escaped (\r, \n, \xNN) and
+// the backslash doubled: two such lists are equal exactly when the bytes are.
+inline std::vector<std::string> GoldenLines(std::string_view bytes) {
+  std::vector<std::string> lines(bytes.empty() ? 0 : 1);
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    if (i > 0 && bytes[i] == '<' && bytes[i - 1] == '>') lines.emplace_back();
+    const auto c = static_cast<unsigned char>(bytes[i]);
+    char hex[5];
+    std::snprintf(hex, sizeof hex, "\\x%02x", c);
+    lines.back() += c == '\\'               ? "\\\\"
+                    : c == '\r'             ? "\\r"
+                    : c == '\n'             ? "\\n"
+                    : c >= 0x20 && c < 0x7f ? std::string(1, bytes[i])
+                                            : hex;
+    if (c == '\n' && i + 1 < bytes.size()) lines.emplace_back();
+  }
+  return lines;
+}
+
+// Whether `written`, the bytes of an exported file, are those that the
+// golden file `golden` stands for, the dates of their "document created"
+// comments aside. A difference is shown as the first differing line of the
+// golden file with the lines around it. With TYMPORA_UPDATE_GOLDEN=1 in the
+// environment, a golden file that differs, or is not in its readable form,
+// is written anew from `written` instead, and the test says so.
+inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& golden,
+                                                const std::string& written) {
+  const std::string text = ReadFile(golden);
+  const std::string expected = WithoutCreationDate(GoldenBytes(text));
+  const std::string actual = WithoutCreationDate(written);
+  const char* update = std::getenv("TYMPORA_UPDATE_GOLDEN");
+  if (update && std::string_view(update) == "1" &&
+      (actual != expected || text != GoldenText(GoldenBytes(text)))) {
+    if (GoldenBytes(GoldenText(written)) != written) {
+      return ::testing::AssertionFailure()
+             << "the export holds a LF between \">\" and \"<\": no golden file can keep it";
+    }
+    WriteFile(golden, GoldenText(written));
+    std::cout << "TYMPORA_UPDATE_GOLDEN: wrote " << golden.string() << "\n";
+    return ::testing::AssertionSuccess();
+  }
+  if (actual == expected) return ::testing::AssertionSuccess();
+  const std::vector<std::string> want = GoldenLines(expected);
+  const std::vector<std::string> got = GoldenLines(actual);
+  size_t first = 0;
+  while (first < want.size() && first < got.size() && want[first] == got[first]) ++first;
+  std::ostringstream out;
+  out << golden.filename().string() << " differs from the export at line " << first + 1
+      << " (- golden, + written; TYMPORA_UPDATE_GOLDEN=1 rewrites the file):\n";
+  const auto show = [&out](char mark, const std::vector<std::string>& lines, size_t from,
+                           size_t to) {
+    for (size_t i = from; i < std::min(to, lines.size()); ++i) {
+      out << mark << std::setw(6) << i + 1 << "  " << lines[i] << "\n";
+    }
+    if (to > lines.size()) out << mark << "  (end)\n";
+  };
+  show(' ', want, first < 3 ? 0 : first - 3, first);
+  show('-', want, first, first + 3);
+  show('+', got, first, first + 3);
+  return ::testing::AssertionFailure() << out.str();
 }
 
 // A fresh folder under the system's temporary folder, removed at the end of the test.
