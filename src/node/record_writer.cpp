@@ -182,6 +182,12 @@ void AppendRecordDocument(TextBuffer& out, const RecordBase& record, std::string
     }
     // The lists of the library's classes hold records of its final classes.
     const auto& child = static_cast<const RecordBase&>(children->NodeRef(top.position++));
+    // The next sibling is fetched into the cache while this one is written.
+    if (top.position <= children->Count()) {
+      const auto* next = reinterpret_cast<const char*>(&children->NodeRef(top.position));
+      __builtin_prefetch(next);
+      __builtin_prefetch(next + 64);
+    }
     const RecordInfo& info = child.Info();
     if (OpenRecord(out, child, info)) stack.push_back({&child, &info});
   }
