@@ -107,54 +107,98 @@ def SetLocale(name: str) -> None: ...
 
 # The record classes, written by make_stubs.py from the module's tables.
 
-class CClients(RecordBase):
-    """The client list: the root of a clinic's file."""
+class CDistortionDatum(RecordBase):
+    """A distortion point of a curve."""
     def __init__(self) -> None: ...
-    @property
-    def Clients(self) -> RecordList[CClient]: ...
-    def AddClient(self, child: CClient) -> None: ...
-    def ResetClients(self) -> None: ...
+    Frequency: int | None  # Frequency
+    Distortion: float | None  # Distortion
+    Other: float | None  # Other
 
-class CClient(RecordBase):
-    """A client (patient) with the client's hearing aids."""
+class CCurveDatum(RecordBase):
+    """A point of a curve."""
     def __init__(self) -> None: ...
-    StreetAddress: str | None  # StreetAddress
-    BirthDate: datetime.datetime | None  # BirthDate
-    CellPhone: str | None  # PhoneCell
-    City: str | None  # City
-    Comment: str | None  # Comment
-    Country: str | None  # Country
-    Deleted: bool | None  # Deleted
-    Email: str | None  # Email
-    FatherName: str | None  # FatherName
-    FirstName: str | None  # FirstName
-    Gender: str | None  # Gender
-    HearingLoss: str | None  # HearingLoss
-    Illness: str | None  # Illness
-    InsuranceAgency: str | None  # InsuranceAgency
-    InsuranceGroupNumber: str | None  # InsuranceGroupNumber
-    InsurancePhone: str | None  # InsurancePhone
-    InsurancePolicyNumber: str | None  # InsurancePolicyNumber
-    LastEntryDate: datetime.datetime | None  # LastEntryDate
-    LastName: str | None  # LastName
-    MiddleName: str | None  # MiddleName
-    MotherName: str | None  # MotherName
-    Number: str | None  # Number
-    OfficePhone: str | None  # OfficePhone
-    OtherPostalCode: str | None  # OtherPostalCode
-    Phone1: str | None  # Phone1
-    Phone2: str | None  # Phone2
-    Physician: str | None  # Physician
-    Picture: str | None  # Picture
-    ReferenceNumber: str | None  # ReferenceNumber
-    RegistrationDate: datetime.datetime | None  # RegistrationDate
-    SocialSecurity: str | None  # SocialSecurity
-    State: str | None  # State
-    ZipCode: str | None  # ZipCode
+    InputVal: float | None  # Input
+    OutputVal: float | None  # Output
+    maxOutputVal: float | None  # MaxOutput
+    minOutputVal: float | None  # MinOutput
+    Frequency: int | None  # Frequency
+    Other: float | None  # Other
+
+class CCurve(RecordBase):
+    """A measured curve with its curve points and distortion points."""
+    def __init__(self) -> None: ...
+    FxDataPoints: int | None  # FxDataPoints
+    DateText: str | None  # DateText
+    DistType: int | None  # DistType
+    CurveExp: str | None  # Exp
+    FxFlag0: int | None  # FxFlag0
+    FxFlag1: int | None  # FxFlag1
+    FxSourceAmp: float | None  # FxSrcAmp
+    FxTime0: int | None  # FxTime0
+    FxTime1: int | None  # FxTime1
+    FxHighestVal: int | None  # FxHighestVal
+    CurveNo: int | None  # CurveNumber
+    MeasureType: int | None  # MeasureType
+    Name: str | None  # Name
+    FxNoiseRed: int | None  # FxNoiseRed
+    FxRMS: int | None  # FxRMS
+    Source: str | None  # Source
+    SourceType: int | None  # SourceType
+    SourceValue: int | None  # SourceValue
+    State: int | None  # State
+    TestNo: int | None  # TestNo
+    CurveType: str | None  # Type
     @property
-    def Aids(self) -> RecordList[CClientAid]: ...
-    def AddAid(self, child: CClientAid) -> None: ...
-    def ResetAids(self) -> None: ...
+    def CurveData(self) -> RecordList[CCurveDatum]: ...
+    def AddCurveDatum(self, child: CCurveDatum) -> None: ...
+    def ResetCurveData(self) -> None: ...
+    @property
+    def DistortionData(self) -> RecordList[CDistortionDatum]: ...
+    def AddDistortionDatum(self, child: CDistortionDatum) -> None: ...
+    def ResetDistortionData(self) -> None: ...
+    def points(self) -> list[tuple[int | None, float | None, float | None, float | None, float | None, float | None]]: ...
+
+class CExamination(RecordBase):
+    """An examination with its measured curves."""
+    def __init__(self) -> None: ...
+    AidClass: int | None  # AidClass
+    AnalyzerAidType: int | None  # AnalyzerAidType
+    Category: int | None  # Category
+    Comment: str | None  # Comment
+    CreateDate: datetime.datetime | None  # CreateDate
+    CreateTime: str | None  # CreateTime
+    Doctor: str | None  # Doctor
+    Ear: int | None  # EarID
+    LastSaveDate: datetime.datetime | None  # LastSaveDate
+    LastSaveTime: str | None  # LastSaveTime
+    NumberOfCurves: int | None  # NumberOfCurves
+    Scaling: int | None  # Scaling
+    TestExplanation: str | None  # TestExplanation
+    TestName: str | None  # TestName
+    TestNumber: int | None  # TestNumber
+    TestType: str | None  # TestType
+    ProgramVersion: int | None  # ProgramVersion
+    @property
+    def Curves(self) -> RecordList[CCurve]: ...
+    def AddCurve(self, child: CCurve) -> None: ...
+    def ResetCurves(self) -> None: ...
+
+class CTestDefinition(RecordBase):
+    """A test session with its examinations."""
+    def __init__(self) -> None: ...
+    Comment: str | None  # Comment
+    Deleted: bool | None  # Deleted
+    InsCode: int | None  # InsCode
+    Percode: int | None  # PerCode
+    TestDate: datetime.datetime | None  # TestDate
+    TestExplanation: str | None  # TestExplanation
+    TestTime: str | None  # TestTime
+    TestType: str | None  # TestType
+    TestTypeNumber: int | None  # TestTypeNumber
+    @property
+    def Examinations(self) -> RecordList[CExamination]: ...
+    def AddExamination(self, child: CExamination) -> None: ...
+    def ResetExaminations(self) -> None: ...
 
 class CClientAid(RecordBase):
     """A client's hearing aid with the test sessions run on it."""
@@ -199,98 +243,54 @@ class CClientAid(RecordBase):
     def AddTestDefinition(self, child: CTestDefinition) -> None: ...
     def ResetTestDefinitions(self) -> None: ...
 
-class CTestDefinition(RecordBase):
-    """A test session with its examinations."""
+class CClient(RecordBase):
+    """A client (patient) with the client's hearing aids."""
     def __init__(self) -> None: ...
+    StreetAddress: str | None  # StreetAddress
+    BirthDate: datetime.datetime | None  # BirthDate
+    CellPhone: str | None  # PhoneCell
+    City: str | None  # City
     Comment: str | None  # Comment
+    Country: str | None  # Country
     Deleted: bool | None  # Deleted
-    InsCode: int | None  # InsCode
-    Percode: int | None  # PerCode
-    TestDate: datetime.datetime | None  # TestDate
-    TestExplanation: str | None  # TestExplanation
-    TestTime: str | None  # TestTime
-    TestType: str | None  # TestType
-    TestTypeNumber: int | None  # TestTypeNumber
+    Email: str | None  # Email
+    FatherName: str | None  # FatherName
+    FirstName: str | None  # FirstName
+    Gender: str | None  # Gender
+    HearingLoss: str | None  # HearingLoss
+    Illness: str | None  # Illness
+    InsuranceAgency: str | None  # InsuranceAgency
+    InsuranceGroupNumber: str | None  # InsuranceGroupNumber
+    InsurancePhone: str | None  # InsurancePhone
+    InsurancePolicyNumber: str | None  # InsurancePolicyNumber
+    LastEntryDate: datetime.datetime | None  # LastEntryDate
+    LastName: str | None  # LastName
+    MiddleName: str | None  # MiddleName
+    MotherName: str | None  # MotherName
+    Number: str | None  # Number
+    OfficePhone: str | None  # OfficePhone
+    OtherPostalCode: str | None  # OtherPostalCode
+    Phone1: str | None  # Phone1
+    Phone2: str | None  # Phone2
+    Physician: str | None  # Physician
+    Picture: str | None  # Picture
+    ReferenceNumber: str | None  # ReferenceNumber
+    RegistrationDate: datetime.datetime | None  # RegistrationDate
+    SocialSecurity: str | None  # SocialSecurity
+    State: str | None  # State
+    ZipCode: str | None  # ZipCode
     @property
-    def Examinations(self) -> RecordList[CExamination]: ...
-    def AddExamination(self, child: CExamination) -> None: ...
-    def ResetExaminations(self) -> None: ...
+    def Aids(self) -> RecordList[CClientAid]: ...
+    def AddAid(self, child: CClientAid) -> None: ...
+    def ResetAids(self) -> None: ...
 
-class CExamination(RecordBase):
-    """An examination with its measured curves."""
+class CClients(RecordBase):
+    """The client list: the root of a clinic's file."""
     def __init__(self) -> None: ...
-    AidClass: int | None  # AidClass
-    AnalyzerAidType: int | None  # AnalyzerAidType
-    Category: int | None  # Category
-    Comment: str | None  # Comment
-    CreateDate: datetime.datetime | None  # CreateDate
-    CreateTime: str | None  # CreateTime
-    Doctor: str | None  # Doctor
-    Ear: int | None  # EarID
-    LastSaveDate: datetime.datetime | None  # LastSaveDate
-    LastSaveTime: str | None  # LastSaveTime
-    NumberOfCurves: int | None  # NumberOfCurves
-    Scaling: int | None  # Scaling
-    TestExplanation: str | None  # TestExplanation
-    TestName: str | None  # TestName
-    TestNumber: int | None  # TestNumber
-    TestType: str | None  # TestType
-    ProgramVersion: int | None  # ProgramVersion
     @property
-    def Curves(self) -> RecordList[CCurve]: ...
-    def AddCurve(self, child: CCurve) -> None: ...
-    def ResetCurves(self) -> None: ...
-
-class CCurve(RecordBase):
-    """A measured curve with its curve points and distortion points."""
-    def __init__(self) -> None: ...
-    FxDataPoints: int | None  # FxDataPoints
-    DateText: str | None  # DateText
-    DistType: int | None  # DistType
-    CurveExp: str | None  # Exp
-    FxFlag0: int | None  # FxFlag0
-    FxFlag1: int | None  # FxFlag1
-    FxSourceAmp: float | None  # FxSrcAmp
-    FxTime0: int | None  # FxTime0
-    FxTime1: int | None  # FxTime1
-    FxHighestVal: int | None  # FxHighestVal
-    CurveNo: int | None  # CurveNumber
-    MeasureType: int | None  # MeasureType
-    Name: str | None  # Name
-    FxNoiseRed: int | None  # FxNoiseRed
-    FxRMS: int | None  # FxRMS
-    Source: str | None  # Source
-    SourceType: int | None  # SourceType
-    SourceValue: int | None  # SourceValue
-    State: int | None  # State
-    TestNo: int | None  # TestNo
-    CurveType: str | None  # Type
-    @property
-    def CurveData(self) -> RecordList[CCurveDatum]: ...
-    def AddCurveDatum(self, child: CCurveDatum) -> None: ...
-    def ResetCurveData(self) -> None: ...
-    @property
-    def DistortionData(self) -> RecordList[CDistortionDatum]: ...
-    def AddDistortionDatum(self, child: CDistortionDatum) -> None: ...
-    def ResetDistortionData(self) -> None: ...
-    def points(self) -> list[tuple[int | None, float | None, float | None, float | None, float | None, float | None]]: ...
-
-class CCurveDatum(RecordBase):
-    """A point of a curve."""
-    def __init__(self) -> None: ...
-    InputVal: float | None  # Input
-    OutputVal: float | None  # Output
-    maxOutputVal: float | None  # MaxOutput
-    minOutputVal: float | None  # MinOutput
-    Frequency: int | None  # Frequency
-    Other: float | None  # Other
-
-class CDistortionDatum(RecordBase):
-    """A distortion point of a curve."""
-    def __init__(self) -> None: ...
-    Frequency: int | None  # Frequency
-    Distortion: float | None  # Distortion
-    Other: float | None  # Other
+    def Clients(self) -> RecordList[CClient]: ...
+    def AddClient(self, child: CClient) -> None: ...
+    def ResetClients(self) -> None: ...
 
 class CSpeechMapDatum(RecordBase):
     """A speech-map point; no record holds it."""
