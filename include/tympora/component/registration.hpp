@@ -239,7 +239,8 @@ inline constexpr std::string_view kClientOrder[] = {
 inline constexpr std::string_view kClientsOrder[] = {"ID", "Clients", "ResetClients", "AddClient"};
 
 // Every class, in the order of the identity table: the creatable classes,
-// the published node class, the helper classes.
+// the published node class, the helper classes, then any class added since
+// (at the end, with the next interface position).
 inline constexpr std::tuple kClasses{
     Register<CDistortionDatum>{.name = "CDistortionDatum",
                                .clsid = "{3037C0A5-35F3-415D-88D6-7D0A5DA18602}",
