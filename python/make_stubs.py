@@ -1,14 +1,14 @@
-"""Rewrites the record classes at the end of tympora.pyi, the type stubs of
-the tympora module, from the attributes and child lists that the module
-reports; what comes before the mark line is written by hand. Usage:
-PYTHONPATH=<folder of the built module> python3 python/make_stubs.py"""
+"""Writes tympora.pyi, the type stubs of the tympora module: the hand-written
+part (tympora.pyi.in, next to this script) followed by the record classes,
+made from the attributes and child lists that the module reports. The build
+runs it after the module is linked. Usage:
+PYTHONPATH=<folder of the built module> python3 python/make_stubs.py OUT"""
 import pathlib
+import sys
 
 import tympora
 
-MARK = "# The record classes, written by make_stubs.py from the module's tables.\n"
-
-STUBS = pathlib.Path(__file__).with_name("tympora.pyi")
+HEAD = pathlib.Path(__file__).with_name("tympora.pyi.in")
 POINTS = ("    def points(self) -> list[tuple[int | None, float | None, float | None, "
           "float | None, float | None, float | None]]: ...")
 
@@ -32,14 +32,12 @@ def record_stub(cls):
 
 def stubs():
     """The text of tympora.pyi for the module imported."""
-    text = STUBS.read_text()
-    fixed = text[:text.index(MARK) + len(MARK)]
     classes = [v for v in vars(tympora).values()
                if isinstance(v, type) and issubclass(v, tympora.RecordBase)
                and v is not tympora.RecordBase]
     lines = [line for cls in classes for line in record_stub(cls)]
-    return fixed + "\n".join(lines) + "\n"
+    return HEAD.read_text() + "\n".join(lines) + "\n"
 
 
 if __name__ == "__main__":
-    STUBS.write_text(stubs())
+    pathlib.Path(sys.argv[1]).write_text(stubs())

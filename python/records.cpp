@@ -1,4 +1,5 @@
-// The record classes in Python. Every typed property is an attribute made
+// The record classes in Python, one for each record class of the
+// component's registration table. Every typed property is an attribute made
 // from the class's property table, every child list a sequence of the very
 // records it holds, and the node members keep their names. Imports and
 // exports run with the GIL released.
@@ -6,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include "bindings.hpp"
 #include "tympora/tympora.hpp"
@@ -103,15 +105,6 @@ void AddTable(py::handle cls, const RecordInfo& info) {
                 py::cpp_function([def](RecordBase& r) { def->reset(r); }, py::name(reset.c_str()),
                                  py::is_method(cls), "Resets and drops every record of the list."));
   }
-}
-
-template <class T>
-py::class_<T, RecordBase, std::shared_ptr<T>> BindRecord(py::module_& m, const char* doc) {
-  const RecordInfo& info = T().Info();
-  py::class_<T, RecordBase, std::shared_ptr<T>> cls(m, std::string(info.class_name).c_str(), doc);
-  cls.def(py::init<>());
-  AddTable(cls, info);
-  return cls;
 }
 
 // Status members: the status the library returns (None where it returns
@@ -245,6 +238,21 @@ py::list CurvePoints(const CCurve& curve) {
   return out;
 }
 
+// The record class of a registration row, with its summary as docstring.
+template <class Row>
+void BindRecord(py::module_& m, const Row& row) {
+  using T = typename Row::Class;
+  py::class_<T, RecordBase, std::shared_ptr<T>> cls(m, std::string(row.name).c_str(),
+                                                    std::string(row.summary).c_str());
+  cls.def(py::init<>());
+  AddTable(cls, T().Info());
+  if constexpr (std::is_same_v<T, CCurve>) {
+    cls.def("points", &CurvePoints,
+            "The curve points as tuples (Frequency, InputVal, OutputVal, maxOutputVal, "
+            "minOutputVal, Other), None for a Null value.");
+  }
+}
+
 std::shared_ptr<CClients> Load(const std::string& path) {
   auto clients = std::make_shared<CClients>();
   StatusPtr status;
@@ -265,18 +273,7 @@ void BindRecords(py::module_& m) {
   BindRecordList(m);
   BindNode(m);
   BindRecordBase(m);
-  BindRecord<CClients>(m, "The client list: the root of a clinic's file.");
-  BindRecord<CClient>(m, "A client (patient) with the client's hearing aids.");
-  BindRecord<CClientAid>(m, "A client's hearing aid with the test sessions run on it.");
-  BindRecord<CTestDefinition>(m, "A test session with its examinations.");
-  BindRecord<CExamination>(m, "An examination with its measured curves.");
-  BindRecord<CCurve>(m, "A measured curve with its curve points and distortion points.")
-      .def("points", &CurvePoints,
-           "The curve points as tuples (Frequency, InputVal, OutputVal, maxOutputVal, "
-           "minOutputVal, Other), None for a Null value.");
-  BindRecord<CCurveDatum>(m, "A point of a curve.");
-  BindRecord<CDistortionDatum>(m, "A distortion point of a curve.");
-  BindRecord<CSpeechMapDatum>(m, "A speech-map point; no record holds it.");
+  registration::ForEachRecordClass([&m](const auto& row) { BindRecord(m, row); });
   m.def(
       "load", [](py::handle path) { return Load(ToPath(path)); }, py::arg("path"),
       "A new CClients read from the file `path`. Raises tympora.Error: 53 for a missing file, "

@@ -1,8 +1,7 @@
 // The record tables, collected once from the classes themselves.
 #include "tables.hpp"
 
-#include "tympora/measurement/speech_map_datum.hpp"
-#include "tympora/records/clients.hpp"
+#include "tympora/component/registration.hpp"
 
 namespace tympora::support {
 namespace {
@@ -24,7 +23,10 @@ const std::vector<const RecordInfo*>& RecordTables() {
   static const std::vector<const RecordInfo*> tables = [] {
     std::vector<const RecordInfo*> out;
     Collect(CClients().Info(), out);
-    Collect(CSpeechMapDatum().Info(), out);
+    // Then the records that no list holds, in the order of the registration.
+    registration::ForEachRecordClass([&out](const auto& row) {
+      Collect(typename std::remove_cvref_t<decltype(row)>::Class().Info(), out);
+    });
     return out;
   }();
   return tables;

@@ -10,7 +10,7 @@
 namespace tympora::support {
 
 // Every record table, the client list's first, then each list's children in
-// tree order; the stand-alone speech-map point last.
+// tree order; the records that no list holds (the speech-map point) last.
 const std::vector<const RecordInfo*>& RecordTables();
 
 // The table of the record written as `element`, or nullptr.

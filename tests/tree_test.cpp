@@ -1,10 +1,6 @@
 #include "tree.hpp"
-#include "tables.hpp"
 
 #include <gtest/gtest.h>
-
-#include <map>
-#include <sstream>
 
 #include "test_util.hpp"
 #include "tympora/measurement/curve.hpp"
@@ -184,36 +180,6 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
     EXPECT_EQ(dropped_text, "lots");
     EXPECT_EQ(damaged.substr(static_cast<size_t>(e.offset) - 1, 7), "<Input>");
   }
-}
-
-// docs/file-format.md lists, for every record element, each value element
-// with its type, in the order the tables write them.
-TEST(TreeTest, FileFormatDocumentFollowsTheRecordTables) {
-  const std::string doc = ReadFile(std::string(TYMPORA_TEST_DATA) + "/../../docs/file-format.md");
-  ASSERT_FALSE(doc.empty());
-  std::map<std::string, std::vector<std::string>> documented;
-  std::vector<std::string>* rows = nullptr;
-  std::istringstream lines(doc);
-  for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("### `")) {
-      rows = &documented[line.substr(5, line.find('`', 5) - 5)];
-    } else if (rows && line.starts_with("| `")) {
-      const size_t end = line.find('`', 3);
-      const size_t type = line.find("| ", end) + 2;
-      rows->push_back(line.substr(3, end - 3) + " " +
-                      line.substr(type, line.find(' ', type) - type));
-    }
-  }
-  for (const RecordInfo* info : support::RecordTables()) {
-    SCOPED_TRACE(info->node_name);
-    std::vector<std::string> expected;
-    for (const PropertyDef& p : info->properties) {
-      expected.push_back(std::string(p.element) + " " + std::string(support::KindName(p.Kind())));
-    }
-    EXPECT_EQ(documented[std::string(info->node_name)], expected);
-    documented.erase(std::string(info->node_name));
-  }
-  EXPECT_TRUE(documented.empty()) << documented.begin()->first;
 }
 
 }  // namespace

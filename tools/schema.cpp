@@ -1,5 +1,6 @@
-// tympora schema: an XML Schema (XSD 1.0) of the record files, made from the
-// record tables, so that it follows every change of them.
+// tympora schema: an XML Schema (XSD 1.0) of the record files, or the
+// Markdown tables of the file format's documentation, made from the record
+// tables, so that both follow every change of them.
 #include <iostream>
 
 #include "commands.hpp"
@@ -69,6 +70,30 @@ std::string RecordType(const RecordInfo& info) {
          "  </xs:complexType>\n";
 }
 
+// The record tables as the Markdown sections that end docs/file-format.md:
+// per record its values in export order with their types, then its lists.
+std::string RecordSections() {
+  std::string out;
+  for (const RecordInfo* info : RecordTables()) {
+    out += "\n### `" + std::string(info->node_name) + "`\n\n";
+    if (info->properties.empty()) {
+      out += "It has no values of its own.\n";
+    } else {
+      out += "| Element | Type |\n|---|---|\n";
+      for (const PropertyDef& p : info->properties) {
+        out += "| `" + std::string(p.element) + "` | " + std::string(KindName(p.Kind())) + " |\n";
+      }
+    }
+    if (info->children.empty()) continue;
+    out += "\nThen its children: ";
+    for (size_t i = 0; i < info->children.size(); ++i) {
+      out += (i == 0 ? "`" : ", then `") + std::string(info->children[i].element) + "`";
+    }
+    out += ", each any number of times.\n";
+  }
+  return out;
+}
+
 }  // namespace
 
 const CommandSpec& SchemaSpec() {
@@ -83,13 +108,19 @@ const CommandSpec& SchemaSpec() {
           "tables: every record element with its id and its property elements in\n"
           "their fixed order, then its children; the form of each value. Any record\n"
           "may be the document element. Use it with any validator, e.g.\n"
-          "  tympora schema > tympora.xsd && xmllint --noout --schema tympora.xsd FILE",
-      .options = {},
+          "  tympora schema > tympora.xsd && xmllint --noout --schema tympora.xsd FILE\n"
+          "With --markdown it prints the same tables as the Markdown sections that\n"
+          "end the file format's documentation (docs/file-format.md).",
+      .options = {{"markdown", "", "print the record tables as Markdown instead"}},
   };
   return spec;
 }
 
-int RunSchema(const Arguments&) {
+int RunSchema(const Arguments& args) {
+  if (args.Has("markdown")) {
+    std::cout << RecordSections();
+    return 0;
+  }
   std::string out =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<!-- The record files of Tympora. Made by 'tympora schema' from the record tables. -->\n"

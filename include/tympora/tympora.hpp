@@ -1,6 +1,7 @@
 // Tympora: hearing-instrument records with XML export and import. This
 // umbrella header brings in the whole public C++ interface: the node
-// framework, the nine record classes and the component layer.
+// framework, every record class (through the component's registration
+// table, which names them all) and the component layer.
 #pragma once
 
 #include "tympora/node/collection.hpp"
@@ -17,15 +18,5 @@
 #include "tympora/node/status.hpp"
 #include "tympora/node/variant.hpp"
 
-#include "tympora/measurement/curve.hpp"
-#include "tympora/measurement/curve_datum.hpp"
-#include "tympora/measurement/distortion_datum.hpp"
-#include "tympora/measurement/speech_map_datum.hpp"
-
-#include "tympora/records/client.hpp"
-#include "tympora/records/client_aid.hpp"
-#include "tympora/records/clients.hpp"
-#include "tympora/records/examination.hpp"
-#include "tympora/records/test_definition.hpp"
-
 #include "tympora/component/component.hpp"
+#include "tympora/component/registration.hpp"

@@ -79,8 +79,9 @@ def fill(record, gen, null_share):
 
 
 def grow(record, shape, gen, null_share):
+    # A list the shape does not name stays empty, as in the C++ builder.
     for _, child_class, add, _ in tympora.child_lists(record):
-        for i in range(1, shape[child_class.__name__] + 1):
+        for i in range(1, shape.get(child_class.__name__, 0) + 1):
             child = child_class()
             child.ID = i
             fill(child, gen, 0.0 if child_class is tympora.CClient else null_share)

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tympora/component/dispatch.hpp"
+#include "tympora/component/registration.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/record.hpp"
 
@@ -62,11 +63,10 @@ void StoreNode(Variant& slot, const DOMNode& node);
 // The interfaces; each takes the identity of the interface it builds.
 InterfaceInfo BuildStatusInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildNodeInterface(const InterfaceIdentity& identity);
-InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const RecordInfo& info);
-// Puts the members of a record's default interface into the interface's
-// published order (the later version's members last); members it does not
-// name keep their order at the end.
-void SortIntoInterfaceOrder(InterfaceInfo& itf);
+// A record's default interface, from its table, with its members in the
+// published `order` (see registration::MemberOrder).
+InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const RecordInfo& info,
+                                   registration::MemberOrder order);
 InterfaceInfo BuildCollectionInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildDocumentInterface(const InterfaceIdentity& identity);
 InterfaceInfo BuildDomNodeInterface(const InterfaceIdentity& identity);

@@ -1,21 +1,16 @@
-// The type library: every interface built once from the identity table and
-// the records' property tables, every class bound to its interfaces and its
-// constructor, and the lookups by name, identifier and live object.
+// The type library: every interface built once from the registration
+// table (a record's from its property table), every class bound to its
+// interfaces and its constructor, and the lookups by name, identifier and
+// live object.
+#include <array>
 #include <memory>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 
 #include "component/builder.hpp"
 #include "tympora/component/factory.hpp"
-#include "tympora/measurement/curve.hpp"
-#include "tympora/measurement/curve_datum.hpp"
-#include "tympora/measurement/distortion_datum.hpp"
-#include "tympora/measurement/speech_map_datum.hpp"
-#include "tympora/node/collection.hpp"
-#include "tympora/node/status.hpp"
-#include "tympora/records/client.hpp"
-#include "tympora/records/client_aid.hpp"
-#include "tympora/records/clients.hpp"
-#include "tympora/records/examination.hpp"
-#include "tympora/records/test_definition.hpp"
+#include "tympora/component/registration.hpp"
 
 namespace tympora {
 namespace {
@@ -25,57 +20,91 @@ ObjectPtr Make() {
   return std::make_shared<T>();
 }
 
-// The constructor of each creatable class, by class name.
-struct Creator {
-  std::string_view name;
-  ObjectPtr (*create)();
-};
-constexpr Creator kCreators[] = {
-    {"CDistortionDatum", &Make<CDistortionDatum>},
-    {"CStatus", &Make<CStatus>},
-    {"CCurveDatum", &Make<CCurveDatum>},
-    {"CCurve", &Make<CCurve>},
-    {"CExamination", &Make<CExamination>},
-    {"CTestDefinition", &Make<CTestDefinition>},
-    {"CClientAid", &Make<CClientAid>},
-    {"CClient", &Make<CClient>},
-    {"CClients", &Make<CClients>},
-    {"CSpeechMapDatum", &Make<CSpeechMapDatum>},
+// What the type library takes from a row of the registration table beyond
+// its identity, in table order.
+struct ClassBinding {
+  ObjectPtr (*create)();  // creatable classes only
+  InterfaceInfo (*build)(const InterfaceIdentity& identity);
+  // Whether a live object that is not a record is of this class; records
+  // are known by their table's class name instead.
+  bool (*is)(const Object& object);
 };
 
-ObjectPtr (*CreatorOf(std::string_view name))() {
-  for (const Creator& c : kCreators) {
-    if (c.name == name) return c.create;
-  }
-  return nullptr;
-}
+// Row I of the registration table and its type.
+template <size_t I>
+constexpr const auto& kRow = std::get<I>(registration::kClasses);
+template <size_t I>
+using RowType = std::remove_cvref_t<decltype(kRow<I>)>;
 
-// The interface `identity` stands for. A record's default interface comes
-// from the table of a record of its class.
+// The interface of the class of row I, made from what the class is.
+template <size_t I>
 InterfaceInfo BuildInterface(const InterfaceIdentity& identity) {
   using namespace component;
-  const std::string_view name = identity.name;
-  if (name == "_CStatus") return BuildStatusInterface(identity);
-  if (name == "_CNode") return BuildNodeInterface(identity);
-  if (name == "Collection") return BuildCollectionInterface(identity);
-  if (name == "DOMDocument") return BuildDocumentInterface(identity);
-  if (name == "DOMNode") return BuildDomNodeInterface(identity);
-  const ObjectPtr prototype = CreatorOf(name.substr(1))();
-  return BuildRecordInterface(identity, dynamic_cast<const RecordBase&>(*prototype).Info());
+  using T = typename RowType<I>::Class;
+  if constexpr (RowType<I>::kRecord) {
+    return BuildRecordInterface(identity, T().Info(), kRow<I>.order);
+  } else if constexpr (std::is_same_v<T, CStatus>) {
+    return BuildStatusInterface(identity);
+  } else if constexpr (std::is_same_v<T, CNode>) {
+    return BuildNodeInterface(identity);
+  } else if constexpr (std::is_same_v<T, NodeCollection>) {
+    return BuildCollectionInterface(identity);
+  } else if constexpr (std::is_same_v<T, DocumentObject>) {
+    return BuildDocumentInterface(identity);
+  } else {
+    static_assert(std::is_same_v<T, NodeObject>,
+                  "a class of the registration table that no interface builder serves");
+    return BuildDomNodeInterface(identity);
+  }
 }
+
+template <size_t I>
+constexpr ClassBinding BindingOf() {
+  using T = typename RowType<I>::Class;
+  ClassBinding binding{nullptr, &BuildInterface<I>, nullptr};
+  if constexpr (RowType<I>::kRole == ClassRole::Creatable) binding.create = &Make<T>;
+  if constexpr (!RowType<I>::kRecord) {
+    binding.is = [](const Object& object) { return dynamic_cast<const T*>(&object) != nullptr; };
+  }
+  return binding;
+}
+
+constexpr auto kBindings = []<size_t... I>(std::index_sequence<I...>) {
+  return std::array<ClassBinding, sizeof...(I)>{BindingOf<I>()...};
+}
+(std::make_index_sequence<registration::kClassCount>{});
+
+// A class that may be created by name has a constructor to create it with,
+// and no other class has one: creation never reaches a missing constructor.
+constexpr bool EveryCreatableClassHasACreator() {
+  return []<size_t... I>(std::index_sequence<I...>) {
+    return (
+        ((kRow<I>.Identity().role == ClassRole::Creatable) == (kBindings[I].create != nullptr)) &&
+        ...);
+  }
+  (std::make_index_sequence<registration::kClassCount>{});
+}
+static_assert(EveryCreatableClassHasACreator(),
+              "a creatable class of the registration table has no creator");
 
 }  // namespace
 
 TypeLibrary::TypeLibrary() {
+  // The identity table lists the registration table's classes in its order.
+  const std::span<const ClassIdentity> identities = ClassIdentities();
   interfaces_.reserve(InterfaceIdentities().size());
   for (const InterfaceIdentity& identity : InterfaceIdentities()) {
-    interfaces_.push_back(BuildInterface(identity));
+    for (size_t i = 0; i < identities.size(); ++i) {
+      if (identities[i].default_interface == identity.name) {
+        interfaces_.push_back(kBindings[i].build(identity));
+      }
+    }
   }
-  classes_.reserve(ClassIdentities().size());
-  for (const ClassIdentity& identity : ClassIdentities()) {
-    ClassInfo cls{&identity, {FindInterface(identity.default_interface)}, nullptr};
+  classes_.reserve(identities.size());
+  for (size_t i = 0; i < identities.size(); ++i) {
+    const ClassIdentity& identity = identities[i];
+    ClassInfo cls{&identity, {FindInterface(identity.default_interface)}, kBindings[i].create};
     if (identity.node_interface) cls.interfaces.push_back(FindInterface("_CNode"));
-    if (identity.role == ClassRole::Creatable) cls.create = CreatorOf(identity.name);
     classes_.push_back(std::move(cls));
   }
 }
@@ -101,24 +130,16 @@ const InterfaceInfo* TypeLibrary::FindInterface(std::string_view name_or_id) con
 }
 
 const ClassInfo* TypeLibrary::ClassOf(const Object& object) const {
-  std::string_view helper;
   if (const auto* record = dynamic_cast<const RecordBase*>(&object)) {
     for (const ClassInfo& cls : classes_) {
       if (cls.identity->name == record->Info().class_name) return &cls;
     }
     return nullptr;
-  } else if (dynamic_cast<const CStatus*>(&object)) {
-    return FindClass("Tympora.CStatus");
-  } else if (dynamic_cast<const CNode*>(&object)) {
-    return FindClass("Tympora.CNode");
-  } else if (dynamic_cast<const NodeCollection*>(&object)) {
-    helper = "Collection";
-  } else if (dynamic_cast<const DocumentObject*>(&object)) {
-    helper = "DOMDocument";
-  } else if (dynamic_cast<const NodeObject*>(&object)) {
-    helper = "DOMNode";
   }
-  return helper.empty() ? nullptr : FindClass(helper);
+  for (size_t i = 0; i < classes_.size(); ++i) {
+    if (kBindings[i].is && kBindings[i].is(object)) return &classes_[i];
+  }
+  return nullptr;
 }
 
 const TypeLibrary& Library() {

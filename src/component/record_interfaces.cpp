@@ -1,5 +1,8 @@
 // The interfaces of the records: the node interface _CNode, shared by all of
-// them, and each record's default interface, generated from its property table.
+// them, and each record's default interface, generated from its property
+// table in the order that the registration table publishes.
+#include <algorithm>
+#include <climits>
 #include <memory>
 #include <string>
 
@@ -192,6 +195,21 @@ void AddChildList(std::vector<MemberInfo>& m, const RecordInfo& info, const Chil
                      }));
 }
 
+// The position of `m` in `order`: twice the name's index, plus one for the
+// second member of the name. Members the order does not name come last.
+long Rank(const MemberInfo& m, registration::MemberOrder order) {
+  for (size_t i = 0; i < order.size(); ++i) {
+    std::string_view name = order[i];
+    const bool getter_first = name.ends_with('<');
+    if (getter_first) name.remove_suffix(1);
+    if (name != m.name) continue;
+    const bool second =
+        getter_first ? m.kind == InvokeKind::PropertyPut : m.kind == InvokeKind::PropertyGet;
+    return static_cast<long>(2 * i) + (second ? 1 : 0);
+  }
+  return LONG_MAX;
+}
+
 }  // namespace
 
 InterfaceInfo BuildNodeInterface(const InterfaceIdentity& identity) {
@@ -202,7 +220,8 @@ InterfaceInfo BuildNodeInterface(const InterfaceIdentity& identity) {
   return itf;
 }
 
-InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const RecordInfo& info) {
+InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const RecordInfo& info,
+                                   registration::MemberOrder order) {
   InterfaceInfo itf{&identity, {}};
   std::vector<MemberInfo>& m = itf.members;
   m.push_back(Put("ID", {In("lValue", kInt32)}, [&info](Object& self, std::vector<Variant>& a) {
@@ -213,7 +232,9 @@ InterfaceInfo BuildRecordInterface(const InterfaceIdentity& identity, const Reco
                   [&info](Object& self, auto&) { return Variant(RecordOf(self, info).ID()); }));
   for (const PropertyDef& p : info.properties) AddProperty(m, info, p);
   for (const ChildListDef& list : info.children) AddChildList(m, info, list);
-  SortIntoInterfaceOrder(itf);
+  std::stable_sort(m.begin(), m.end(), [order](const MemberInfo& a, const MemberInfo& b) {
+    return Rank(a, order) < Rank(b, order);
+  });
   // After the published members: whether a property, named by its element
   // name as PropertyByName names it, is Null.
   m.push_back(Method("IsNull", {In("sPropertyName", kString)}, Type(TypeKind::Boolean),

@@ -6,27 +6,18 @@
 #include <typeinfo>
 
 #include "node/record_writer.hpp"
-#include "tympora/measurement/curve.hpp"
-#include "tympora/measurement/curve_datum.hpp"
-#include "tympora/measurement/distortion_datum.hpp"
-#include "tympora/measurement/speech_map_datum.hpp"
-#include "tympora/records/client.hpp"
-#include "tympora/records/client_aid.hpp"
-#include "tympora/records/clients.hpp"
-#include "tympora/records/examination.hpp"
-#include "tympora/records/test_definition.hpp"
+#include "tympora/component/registration.hpp"
 
 namespace tympora::detail {
 
 const RecordBase* AsLibraryRecord(const CNode& node) noexcept {
   const std::type_info& type = typeid(node);
-  for (const std::type_info* own :
-       {&typeid(CCurveDatum), &typeid(CDistortionDatum), &typeid(CSpeechMapDatum), &typeid(CCurve),
-        &typeid(CExamination), &typeid(CTestDefinition), &typeid(CClientAid), &typeid(CClient),
-        &typeid(CClients)}) {
-    if (type == *own) return static_cast<const RecordBase*>(&node);
-  }
-  return nullptr;
+  bool own = false;
+  registration::ForEachRecordClass([&](const auto& row) {
+    using T = typename std::remove_cvref_t<decltype(row)>::Class;
+    own = own || type == typeid(T);
+  });
+  return own ? static_cast<const RecordBase*>(&node) : nullptr;
 }
 
 }  // namespace tympora::detail

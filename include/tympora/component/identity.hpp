@@ -1,7 +1,7 @@
 // The identity of the Tympora component: its name and versions, and the
 // fixed identifiers (UUIDs) of the library, its classes, its interfaces and
-// the StatusNum enumeration. The identifiers never change between builds:
-// hosts and registrations keep them.
+// the StatusNum enumeration, as the registration table lists them. The
+// identifiers never change between builds: hosts and registrations keep them.
 //
 // Identifiers are written in the registry form "{XXXXXXXX-XXXX-XXXX-XXXX-
 // XXXXXXXXXXXX}"; every lookup also accepts them without braces and in any
@@ -44,7 +44,7 @@ struct TYMPORA_API InterfaceIdentity {
 
 // What kind of class an entry describes.
 enum class ClassRole {
-  Creatable,  // one of the ten classes a host creates by name
+  Creatable,  // a class a host creates by name
   Published,  // published but not creatable (CNode)
   Helper,     // an object a host receives but never creates (lists, DOM handles)
 };
@@ -64,9 +64,10 @@ struct TYMPORA_API ClassIdentity {
 TYMPORA_API std::string_view LibraryId() noexcept;
 TYMPORA_API std::string_view StatusNumId() noexcept;
 
-// Every class, creatable ones first, in a fixed order.
+// Every class, in the fixed order of the registration table
+// (tympora/component/registration.hpp).
 TYMPORA_API std::span<const ClassIdentity> ClassIdentities() noexcept;
-// Every interface, in a fixed order.
+// Every interface, in the fixed order of the positions there.
 TYMPORA_API std::span<const InterfaceIdentity> InterfaceIdentities() noexcept;
 
 // True when `a` and `b` name the same identifier: letter case and
