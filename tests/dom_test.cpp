@@ -187,6 +187,7 @@ TEST(DomTest, TextResolvesReferencesAndConcatenates) {
       {"<a>&lt;&gt;&quot;&apos;&#x1F600;</a>", "<>\"'\xF0\x9F\x98\x80"},
       {"<a>x<b>y<!--no--></b><![CDATA[<z>]]>w</a>", "xy<z>w"},
       {"<a><b/></a>", ""},
+      {"<a>a&#13;b&#10;\tc&#x0D;</a>", "a\rb\n\tc\r"},
   };
   for (const auto& [text, expected] : cases) {
     SCOPED_TRACE(text);
