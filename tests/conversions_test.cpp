@@ -176,48 +176,42 @@ TEST(ConversionsToInt32, RoundsHalfToEvenAndChecksTheRange) {
 TEST(ConversionsVariant, EachKindConvertsOrRaises) {
   LocaleGuard locale("C");
   const Variant object(std::make_shared<AnObject>());
-  const struct {
-    const char* name;
-    Variant value;
-    int32_t int32;  // or the error number in `int32_error`
-    int32_t int32_error;
-    const char* string;
-    int32_t string_error;
-    int32_t boolean;  // 0, 1, or -error
-  } cases[] = {
-      {"Empty", Variant(), 0, 0, "", 0, 0},
-      {"Null", Variant(kNull), 0, kErrInvalidUseOfNull, "", kErrInvalidUseOfNull,
-       -kErrInvalidUseOfNull},
-      {"Int16", Variant(int16_t{-5}), -5, 0, "-5", 0, 1},
-      {"Int32", Variant(int32_t{70000}), 70000, 0, "70000", 0, 1},
-      {"Double", Variant(2.5), 2, 0, "2.5", 0, 1},
-      {"Double below 1", Variant(-0.5), 0, 0, "-0.5", 0, 1},
-      {"Double zero", Variant(0.0), 0, 0, "0", 0, 0},
-      {"Double large", Variant(1e20), 0, kErrOverflow, "1E+20", 0, 1},
-      {"Date", Variant(Date(1.75)), 2, 0, "1899-12-31 18:00:00", 0, 1},
-      {"True", Variant(true), -1, 0, "True", 0, 1},
-      {"False", Variant(false), 0, 0, "False", 0, 0},
-      {"numeric text", Variant(" 13.5 "), 14, 0, " 13.5 ", 0, 1},
-      {"hex text", Variant("&H1F"), 31, 0, "&H1F", 0, 1},
-      {"zero text", Variant("0"), 0, 0, "0", 0, 0},
-      {"word true", Variant(" tRUE "), 0, kErrTypeMismatch, " tRUE ", 0, 1},
-      {"word false", Variant("FALSE"), 0, kErrTypeMismatch, "FALSE", 0, 0},
-      {"other text", Variant("abc"), 0, kErrTypeMismatch, "abc", 0, -kErrTypeMismatch},
-      {"empty text", Variant(""), 0, kErrTypeMismatch, "", 0, -kErrTypeMismatch},
-      {"huge text", Variant("1E+10"), 0, kErrOverflow, "1E+10", 0, 1},
-      {"object", object, 0, kErrTypeMismatch, "", kErrTypeMismatch, -kErrTypeMismatch},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    int32_t int32 = 0;
-    EXPECT_EQ(ErrorOf([&] { int32 = ToInt32(c.value); }), c.int32_error);
-    EXPECT_EQ(int32, c.int32);
-    std::string string;
-    EXPECT_EQ(ErrorOf([&] { string = ToString(c.value); }), c.string_error);
-    EXPECT_EQ(string, c.string);
-    bool boolean = false;
-    int32_t error = ErrorOf([&] { boolean = ToBoolean(c.value); });
-    EXPECT_EQ(error ? -error : int32_t{boolean}, c.boolean);
+  // name, value; ToInt32 and its error; ToString and its error; ToBoolean: 0, 1 or -error
+  const std::tuple<const char*, Variant, int32_t, int32_t, const char*, int32_t, int32_t> cases[] =
+      {
+          {"Empty", Variant(), 0, 0, "", 0, 0},
+          {"Null", Variant(kNull), 0, kErrInvalidUseOfNull, "", kErrInvalidUseOfNull,
+           -kErrInvalidUseOfNull},
+          {"Int16", Variant(int16_t{-5}), -5, 0, "-5", 0, 1},
+          {"Int32", Variant(int32_t{70000}), 70000, 0, "70000", 0, 1},
+          {"Double", Variant(2.5), 2, 0, "2.5", 0, 1},
+          {"Double below 1", Variant(-0.5), 0, 0, "-0.5", 0, 1},
+          {"Double zero", Variant(0.0), 0, 0, "0", 0, 0},
+          {"Double large", Variant(1e20), 0, kErrOverflow, "1E+20", 0, 1},
+          {"Date", Variant(Date(1.75)), 2, 0, "1899-12-31 18:00:00", 0, 1},
+          {"True", Variant(true), -1, 0, "True", 0, 1},
+          {"False", Variant(false), 0, 0, "False", 0, 0},
+          {"numeric text", Variant(" 13.5 "), 14, 0, " 13.5 ", 0, 1},
+          {"hex text", Variant("&H1F"), 31, 0, "&H1F", 0, 1},
+          {"zero text", Variant("0"), 0, 0, "0", 0, 0},
+          {"word true", Variant(" tRUE "), 0, kErrTypeMismatch, " tRUE ", 0, 1},
+          {"word false", Variant("FALSE"), 0, kErrTypeMismatch, "FALSE", 0, 0},
+          {"other text", Variant("abc"), 0, kErrTypeMismatch, "abc", 0, -kErrTypeMismatch},
+          {"empty text", Variant(""), 0, kErrTypeMismatch, "", 0, -kErrTypeMismatch},
+          {"huge text", Variant("1E+10"), 0, kErrOverflow, "1E+10", 0, 1},
+          {"object", object, 0, kErrTypeMismatch, "", kErrTypeMismatch, -kErrTypeMismatch},
+      };
+  for (const auto& [name, value, int32, int32_error, string, string_error, boolean] : cases) {
+    SCOPED_TRACE(name);
+    int32_t int32_read = 0;
+    EXPECT_EQ(ErrorOf([&] { int32_read = ToInt32(value); }), int32_error);
+    EXPECT_EQ(int32_read, int32);
+    std::string string_read;
+    EXPECT_EQ(ErrorOf([&] { string_read = ToString(value); }), string_error);
+    EXPECT_EQ(string_read, string);
+    bool boolean_read = false;
+    const int32_t error = ErrorOf([&] { boolean_read = ToBoolean(value); });
+    EXPECT_EQ(error ? -error : int32_t{boolean_read}, boolean);
   }
 }
 

@@ -82,10 +82,8 @@ TEST(ConversionsDate, SplitDateRoundsToTheSecond) {
 // The written form of dates in three locales, the time alone on day 0 and a
 // date alone at midnight; each text reads back.
 TEST(ConversionsDate, WrittenFormPerLocale) {
-  const struct {
-    Date date;
-    const char *c, *en_us, *de_de;
-  } cases[] = {
+  const std::tuple<Date, const char*, const char*, const char*> cases[] = {
+      // C, en_US, de_DE
       {MakeDate(2026, 11, 22, 15, 4, 5), "2026-11-22 15:04:05", "11/22/2026 03:04:05 PM",
        "22.11.2026 15:04:05"},
       {MakeDate(2026, 11, 22), "2026-11-22", "11/22/2026", "22.11.2026"},
@@ -103,12 +101,12 @@ TEST(ConversionsDate, WrittenFormPerLocale) {
   };
   for (const char* name : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
     LocaleGuard locale(name);
-    for (const auto& c : cases) {
-      const char* expected = name[0] == 'C' ? c.c : name[0] == 'e' ? c.en_us : c.de_de;
+    for (const auto& [date, c, en_us, de_de] : cases) {
+      const char* expected = name[0] == 'C' ? c : name[0] == 'e' ? en_us : de_de;
       SCOPED_TRACE(std::string(name) + " " + expected);
-      EXPECT_EQ(ValueToText(c.date), expected);
-      EXPECT_EQ(ValueToText(Variant(c.date)), expected);
-      EXPECT_EQ(ToDate(expected), c.date);
+      EXPECT_EQ(ValueToText(date), expected);
+      EXPECT_EQ(ValueToText(Variant(date)), expected);
+      EXPECT_EQ(ToDate(expected), date);
     }
   }
 }

@@ -147,15 +147,8 @@ TEST(DomTest, NamesTypesAndValues) {
       "<?xml version='1.0'?><!--note--><ns:Curve ns:id='7' plain='p'>t<![CDATA[c]]><?pi data?>"
       "</ns:Curve>");
   DOMElement curve = d.documentElement();
-  struct Case {
-    const char* what;
-    DOMNode node;
-    DOMNodeType type;
-    const char* name;
-    const char* base;
-    Variant value;
-  };
-  const Case cases[] = {
+  // what, node, type, name, base name, value
+  const std::tuple<const char*, DOMNode, DOMNodeType, const char*, const char*, Variant> cases[] = {
       {"document", d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
       {"declaration", d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml",
        "version=\"1.0\""},
@@ -171,13 +164,13 @@ TEST(DomTest, NamesTypesAndValues) {
       {"created pi", d.createProcessingInstruction("xml", "version='1.0'"),
        DOMNodeType::ProcessingInstruction, "xml", "xml", "version='1.0'"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
-    ASSERT_FALSE(c.node.IsAbsent());
-    EXPECT_EQ(c.node.nodeType(), c.type);
-    EXPECT_EQ(c.node.nodeName(), c.name);
-    EXPECT_EQ(c.node.baseName(), c.base);
-    EXPECT_EQ(c.node.nodeValue(), c.value);
+  for (const auto& [what, node, type, name, base, value] : cases) {
+    SCOPED_TRACE(what);
+    ASSERT_FALSE(node.IsAbsent());
+    EXPECT_EQ(node.nodeType(), type);
+    EXPECT_EQ(node.nodeName(), name);
+    EXPECT_EQ(node.baseName(), base);
+    EXPECT_EQ(node.nodeValue(), value);
   }
 }
 
@@ -350,21 +343,18 @@ TEST(DomTest, UnreadableFileReportsItsNumber) {
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   testing::WriteFile(locked, "<a/>");
   ::chmod(locked.c_str(), 0);
-  const struct {
-    std::string path;
-    int32_t number;
-  } rows[] = {
+  const std::pair<std::string, int32_t> rows[] = {
       {dir / "missing.xml", kErrFileNotFound},   {dir / "no/such.xml", kErrPathNotFound},
       {dir.path().string(), kErrPathFileAccess}, {fifo, kErrPathFileAccess},
       {"/dev/zero", kErrPathFileAccess},         {locked, kErrPermissionDenied},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.path);
-    if (row.number == kErrPermissionDenied && ::geteuid() == 0) continue;  // root reads anyway
+  for (const auto& [path, number] : rows) {
+    SCOPED_TRACE(path);
+    if (number == kErrPermissionDenied && ::geteuid() == 0) continue;  // root reads anyway
     DOMDocument d = Parsed("<old/>");
-    EXPECT_FALSE(d.load(row.path));
-    EXPECT_EQ(d.parseError().errorCode, row.number);
-    EXPECT_NE(d.parseError().reason.find(row.path), std::string::npos) << d.parseError().reason;
+    EXPECT_FALSE(d.load(path));
+    EXPECT_EQ(d.parseError().errorCode, number);
+    EXPECT_NE(d.parseError().reason.find(path), std::string::npos) << d.parseError().reason;
     EXPECT_EQ(d.parseError().line, 0);
     ExpectEmpty(d);
   }

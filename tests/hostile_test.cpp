@@ -168,12 +168,8 @@ TEST(HostileTest, HostileDocumentsImportSafely) {
   }
   // Blanks between the levels are dropped by the parse, also 100,000 deep.
   const std::string deep = OneClient(Nested("<FirstName> ", "</FirstName>", "deep", 100000));
-  const struct {
-    const char* name;
-    std::string text;
-    int32_t status;       // the import's
-    std::string summary;  // of what it read
-  } rows[] = {
+  // name, text, the import's status, a summary of what it read
+  const std::tuple<const char*, std::string, int32_t, std::string> rows[] = {
       {"a property element nested 100,000 levels deep", deep, 0, "1: 2= deep"},
       {"records nested 100,000 levels deep",
        "<Clients id=\"1\">" +
@@ -216,21 +212,21 @@ TEST(HostileTest, HostileDocumentsImportSafely) {
       {"comments, CDATA and processing instructions inside a property",
        OneClient("<FirstName>a<!--c--><![CDATA[<b>]]><?p x?>c</FirstName>"), 0, "1: 2=a<b>c"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, text, number, summary] : rows) {
+    SCOPED_TRACE(name);
     DOMDocument doc = DOMDocument::New();
-    ASSERT_TRUE(doc.loadXML(row.text)) << doc.parseError().reason;
+    ASSERT_TRUE(doc.loadXML(text)) << doc.parseError().reason;
     CClients clients;
     const StatusPtr status = clients.ImportXMLNode(doc.documentElement());
-    EXPECT_EQ(status->Number(), row.status) << status->Description();
-    EXPECT_EQ(status->Description().empty(), row.status == 0);
-    EXPECT_EQ(Summary(clients), row.summary);
+    EXPECT_EQ(status->Number(), number) << status->Description();
+    EXPECT_EQ(status->Description().empty(), number == 0);
+    EXPECT_EQ(Summary(clients), summary);
     const std::string xml = doc.xml();  // the DOM's walks are iterative too
     EXPECT_EQ(xml.find("SECRET"), std::string::npos);
     DOMDocument out;
     EXPECT_EQ(clients.ExportXMLDocument(out)->Number(), 0);
     EXPECT_FALSE(out.xml().empty());
-    if (row.text != deep) continue;
+    if (text != deep) continue;
     EXPECT_EQ(xml.size(), deep.size() - (100000 - 1) + 2);
     EXPECT_EQ(doc.documentElement().text(), " deep");
   }

@@ -110,11 +110,8 @@ TEST(LegacyTest, EveryDeclaredEncodingImportsAndExportsAsUtf8) {
   const auto decl = [](const char* encoding) {
     return "<?xml version=\"1.0\" encoding=\"" + std::string(encoding) + "\"?>\r\n";
   };
-  const struct {
-    const char* name;
-    std::string bytes;
-    const char* first_name;  // as UTF-8
-  } rows[] = {
+  const std::tuple<const char*, std::string, std::string> rows[] = {
+      // name, bytes, as UTF-8
       {"ISO-8859-2",
        ClientFile(decl("iso-8859-2"),
                   "\xA3\xF3"
@@ -156,17 +153,16 @@ TEST(LegacyTest, EveryDeclaredEncodingImportsAndExportsAsUtf8) {
        "M\xC3\xBCller"},
   };
   testing::TempDir dir;
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    testing::WriteFile(dir / "in.xml", row.bytes);
+  for (const auto& [name, bytes, first_name] : rows) {
+    SCOPED_TRACE(name);
+    testing::WriteFile(dir / "in.xml", bytes);
     const auto clients = Import(dir / "in.xml");
     ASSERT_EQ(clients->Clients()->Count(), 1);
-    EXPECT_EQ(clients->Clients()->Item(1)->FirstName(), row.first_name);
+    EXPECT_EQ(clients->Clients()->Item(1)->FirstName(), first_name);
     ASSERT_EQ(clients->ExportXMLPath(dir / "out.xml")->Number(), 0);
     const std::string out = testing::ReadFile(dir / "out.xml");
     EXPECT_EQ(out.find("encoding"), std::string::npos);
-    EXPECT_NE(out.find("<FirstName>" + std::string(row.first_name) + "</FirstName>"),
-              std::string::npos);
+    EXPECT_NE(out.find("<FirstName>" + first_name + "</FirstName>"), std::string::npos);
   }
 }
 

@@ -35,11 +35,7 @@ TEST(ExportFrameTest, FailureTable) {
   TempDir dir;
   const std::string blocker = dir / "plain.txt";
   { std::ofstream(blocker) << "x"; }
-  const struct Case {
-    const char* name;
-    std::function<StatusPtr(Probe&)> run;
-    Expected expected;
-  } cases[] = {
+  const std::tuple<const char*, std::function<StatusPtr(Probe&)>, Expected> cases[] = {
       {"empty path",
        [](Probe& p) { return p.ExportXMLPath(""); },
        {2002, "Supplied path invalid or missing."}},
@@ -107,10 +103,10 @@ TEST(ExportFrameTest, FailureTable) {
        },
        {kErrObjectNotSet}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, run, expected] : cases) {
+    SCOPED_TRACE(name);
     Probe probe;
-    ExpectStatus(c.run(probe), c.expected);
+    ExpectStatus(run(probe), expected);
   }
   for (const int16_t handle : {0, 512, -1}) {
     ExpectStatus(Probe().ExportXMLFileHandle(handle), {2003, "Invalid file handle."});
