@@ -60,16 +60,9 @@ bool WithFailingAllocation(long n, F&& f) {
   return fired;
 }
 
+// One record at each level, two curve points and one distortion point.
 std::shared_ptr<CClients> TinyClinic() {
-  support::TreeShape shape;
-  shape.clients = 1;
-  shape.aids = 1;
-  shape.sessions = 1;
-  shape.examinations = 1;
-  shape.curves = 1;
-  shape.curve_points = 2;
-  shape.distortion_points = 1;
-  return support::BuildScrambledClinic(shape);
+  return support::BuildScrambledClinic({1, 1, 1, 1, 1, 2, 1});
 }
 
 void ExpectOutOfMemory(const StatusPtr& status) {

@@ -23,15 +23,9 @@ constexpr int kRounds = 50;
 // One thread's work: its own tree, exported to its own file and read back,
 // kRounds times. Returns the first failure, or the empty text.
 std::string RoundTrips(int index, const std::string& path) {
-  support::TreeShape shape;
-  shape.clients = 2;
-  shape.aids = 1;
-  shape.sessions = 1;
-  shape.examinations = 1;
-  shape.curves = 1;
-  shape.curve_points = 4;
-  shape.distortion_points = 2;
-  shape.seed = static_cast<uint32_t>(index + 1);
+  // Two clients, one record at each level below, four curve points and two
+  // distortion points; a tree of its own for each thread.
+  const support::TreeShape shape{2, 1, 1, 1, 1, 4, 2, static_cast<uint32_t>(index + 1)};
   for (int round = 0; round < kRounds; ++round) {
     const auto tree = support::BuildScrambledClinic(shape);
     const StatusPtr exported = tree->ExportXMLPath(path);

@@ -2,15 +2,16 @@
 // byte-order mark, 8-bit files that declare windows-1252 or ISO-8859-1, an
 // 8-bit file without a declaration (read as Windows-1252), CR LF line ends
 // throughout and US-form dates. Every fixture holds the same client; each is
-// loaded from disk, imported and checked value by value. Files of clinics
-// elsewhere declare the encodings of their regions: each is read letter by
-// letter and exported as UTF-8.
+// loaded from disk, imported, checked value by value and exported as UTF-8.
+// Files of clinics elsewhere declare the encodings of their regions: each is
+// read letter by letter and exported as UTF-8.
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
 
 #include "test_util.hpp"
+#include "tree.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/records/clients.hpp"
 
@@ -39,10 +40,10 @@ const Fixture kFixtures[] = {
      "dipe\xE2\x80\x9D"},
 };
 
-// Loads and imports a fixture; fails the test when either step fails.
-std::shared_ptr<CClients> Import(const std::string& file) {
+// Loads and imports a file; fails the test when either step fails.
+std::shared_ptr<CClients> Import(const std::string& path) {
   DOMDocument doc = DOMDocument::New();
-  EXPECT_TRUE(doc.load(kLegacy + file)) << doc.parseError().reason;
+  EXPECT_TRUE(doc.load(path)) << doc.parseError().reason;
   auto clients = std::make_shared<CClients>();
   DOMNode root = doc.documentElement();
   const StatusPtr status = clients->ImportXMLNode(root);
@@ -50,11 +51,12 @@ std::shared_ptr<CClients> Import(const std::string& file) {
   return clients;
 }
 
-TEST(LegacyTest, EarlierHostsFilesImportValueByValue) {
+TEST(LegacyTest, EarlierHostsFilesImportValueByValueAndExportAsUtf8) {
   testing::LocaleGuard us("en_US.UTF-8");
+  testing::TempDir dir;
   for (const Fixture& f : kFixtures) {
     SCOPED_TRACE(f.file);
-    const auto clients = Import(f.file);
+    const auto clients = Import(kLegacy + f.file);
     EXPECT_EQ(clients->ID(), 1);
     ASSERT_EQ(clients->Clients()->Count(), 1);
     const auto c = clients->Clients()->Item(1);
@@ -81,39 +83,10 @@ TEST(LegacyTest, EarlierHostsFilesImportValueByValue) {
     EXPECT_EQ(aid->AidPurchaseDate(), MakeDate(2025, 1, 2, 0, 0, 1));
     EXPECT_EQ(aid->ManufacturerComment(), f.manufacturer_comment);
     EXPECT_EQ(aid->ManufacturerName(), "H\xC3\xB6rwelt");
-  }
-}
-
-// Read in the C locale, the US-form dates are no dates: those properties
-// keep their Null state, everything else reads the same.
-TEST(LegacyTest, UsDatesNeedTheUsLocale) {
-  testing::LocaleGuard c_locale("C");
-  const auto clients = Import("windows1252.xml");
-  const auto c = clients->Clients()->Item(1);
-  EXPECT_EQ(c->FirstName(), "Ren\xC3\xA9");
-  EXPECT_EQ(c->RegistrationDate(), Date(0));
-  EXPECT_EQ(c->PropertyByName("RegistrationDate"), Variant(Date(0)));
-}
-
-// An import from a legacy file exports as UTF-8 and reads back the same.
-TEST(LegacyTest, LegacyFilesRoundTripAsUtf8) {
-  testing::LocaleGuard us("en_US.UTF-8");
-  testing::TempDir dir;
-  for (const Fixture& f : kFixtures) {
-    SCOPED_TRACE(f.file);
-    const auto clients = Import(f.file);
+    // Exported again, as UTF-8, it reads back the same.
     ASSERT_EQ(clients->ExportXMLPath(dir / "again.xml")->Number(), 0);
-    const std::string bytes = testing::ReadFile(dir / "again.xml");
-    EXPECT_EQ(bytes.find("encoding"), std::string::npos);
-    EXPECT_NE(bytes.find("Ren\xC3\xA9"), std::string::npos);
-    DOMDocument doc = DOMDocument::New();
-    ASSERT_TRUE(doc.load(dir / "again.xml"));
-    CClients back;
-    DOMNode root = doc.documentElement();
-    ASSERT_EQ(back.ImportXMLNode(root)->Number(), 0);
-    EXPECT_EQ(back.Clients()->Item(1)->Aids()->Item(1)->ManufacturerComment(),
-              f.manufacturer_comment);
-    EXPECT_EQ(back.Clients()->Item(1)->RegistrationDate(), MakeDate(2026, 11, 22, 15, 4, 5));
+    EXPECT_EQ(testing::ReadFile(dir / "again.xml").find("encoding"), std::string::npos);
+    EXPECT_EQ(support::CompareTrees(*clients, *Import(dir / "again.xml")), "");
   }
 }
 
@@ -137,11 +110,8 @@ TEST(LegacyTest, EveryDeclaredEncodingImportsAndExportsAsUtf8) {
   const auto decl = [](const char* encoding) {
     return "<?xml version=\"1.0\" encoding=\"" + std::string(encoding) + "\"?>\r\n";
   };
-  const struct {
-    const char* name;
-    std::string bytes;
-    const char* first_name;  // as UTF-8
-  } rows[] = {
+  const std::tuple<const char*, std::string, std::string> rows[] = {
+      // name, bytes, as UTF-8
       {"ISO-8859-2",
        ClientFile(decl("iso-8859-2"),
                   "\xA3\xF3"
@@ -168,45 +138,31 @@ TEST(LegacyTest, EveryDeclaredEncodingImportsAndExportsAsUtf8) {
        ClientFile("\xFE\xFF" + decl("UTF-16"), std::string("\x01\x41\x00\xF3", 4), 1),
        "\xC5\x81\xC3\xB3"},
       {"UTF-16 BE declared, no mark",
-       ClientFile(decl("utf-16be"),
-                  std::string("\x04\x1C\x00"
-                              "d",
-                              4),
-                  1),
-       "\xD0\x9C"
-       "d"},
+       ClientFile(decl("utf-16be"), std::string("\x04\x1C\0z", 4), 1), "\xD0\x9Cz"},
       {"UTF-16 LE with a mark",
        ClientFile("\xFF\xFE", std::string("\xE9\x00\x3D\xD8\x00\xDE", 6), 2),
        "\xC3\xA9\xF0\x9F\x98\x80"},
       {"EBCDIC declared as IBM037",
        "\x4c\x6f\xa7\x94\x93\x40\xa5\x85\x99\xa2\x89\x96\x95\x7e\x7f\xf1\x4b\xf0\x7f\x40\x85\x95"
-       "\x83\x96"
-       "\x84\x89\x95\x87\x7e\x7f\xc9\xc2\xd4\xf0\xf3\xf7\x7f\x6f\x6e\x4c\xc3\x93\x89\x85\x95\xa3"
-       "\xa2\x40"
-       "\x89\x84\x7e\x7f\xf1\x7f\x6e\x4c\xc3\x93\x89\x85\x95\xa3\xd6\x99\xd7\x81\xa3\x89\x85\x95"
-       "\xa3\x40"
-       "\x89\x84\x7e\x7f\xf2\x7f\x6e\x4c\xc6\x89\x99\xa2\xa3\xd5\x81\x94\x85\x6e\xd4\xdc\x93\x93"
-       "\x85\x99"
-       "\x4c\x61\xc6\x89\x99\xa2\xa3\xd5\x81\x94\x85\x6e\x4c\x61\xc3\x93\x89\x85\x95\xa3\xd6\x99"
-       "\xd7\x81"
-       "\xa3\x89\x85\x95\xa3\x6e\x4c\x61\xc3\x93\x89\x85\x95\xa3\xa2\x6e",
+       "\x83\x96\x84\x89\x95\x87\x7e\x7f\xc9\xc2\xd4\xf0\xf3\xf7\x7f\x6f\x6e\x4c\xc3\x93\x89\x85"
+       "\x95\xa3\xa2\x40\x89\x84\x7e\x7f\xf1\x7f\x6e\x4c\xc3\x93\x89\x85\x95\xa3\xd6\x99\xd7\x81"
+       "\xa3\x89\x85\x95\xa3\x40\x89\x84\x7e\x7f\xf2\x7f\x6e\x4c\xc6\x89\x99\xa2\xa3\xd5\x81\x94"
+       "\x85\x6e\xd4\xdc\x93\x93\x85\x99\x4c\x61\xc6\x89\x99\xa2\xa3\xd5\x81\x94\x85\x6e\x4c\x61"
+       "\xc3\x93\x89\x85\x95\xa3\xd6\x99\xd7\x81\xa3\x89\x85\x95\xa3\x6e\x4c\x61\xc3\x93\x89\x85"
+       "\x95\xa3\xa2\x6e",
        "M\xC3\xBCller"},
   };
   testing::TempDir dir;
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    testing::WriteFile(dir / "in.xml", row.bytes);
-    DOMDocument doc = DOMDocument::New();
-    ASSERT_TRUE(doc.load(dir / "in.xml")) << doc.parseError().reason;
-    auto clients = std::make_shared<CClients>();
-    DOMNode root = doc.documentElement();
-    ASSERT_EQ(clients->ImportXMLNode(root)->Number(), 0);
-    EXPECT_EQ(clients->Clients()->Item(1)->FirstName(), row.first_name);
+  for (const auto& [name, bytes, first_name] : rows) {
+    SCOPED_TRACE(name);
+    testing::WriteFile(dir / "in.xml", bytes);
+    const auto clients = Import(dir / "in.xml");
+    ASSERT_EQ(clients->Clients()->Count(), 1);
+    EXPECT_EQ(clients->Clients()->Item(1)->FirstName(), first_name);
     ASSERT_EQ(clients->ExportXMLPath(dir / "out.xml")->Number(), 0);
     const std::string out = testing::ReadFile(dir / "out.xml");
     EXPECT_EQ(out.find("encoding"), std::string::npos);
-    EXPECT_NE(out.find("<FirstName>" + std::string(row.first_name) + "</FirstName>"),
-              std::string::npos);
+    EXPECT_NE(out.find("<FirstName>" + first_name + "</FirstName>"), std::string::npos);
   }
 }
 

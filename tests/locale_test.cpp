@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include <atomic>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,21 +25,13 @@ class EnvGuard {
  public:
   EnvGuard(const char* name, const char* value) : name_(name) {
     if (const char* old = getenv(name)) previous_ = old;
-    had_ = getenv(name) != nullptr;
     setenv(name, value, 1);
   }
-  ~EnvGuard() {
-    if (had_) {
-      setenv(name_, previous_.c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
+  ~EnvGuard() { previous_ ? setenv(name_, previous_->c_str(), 1) : unsetenv(name_); }
 
  private:
   const char* name_;
-  std::string previous_;
-  bool had_ = false;
+  std::optional<std::string> previous_;
 };
 
 TEST(LocaleSettings, DerivedFromTheLocaleDatabase) {
@@ -60,15 +53,11 @@ TEST(LocaleSettings, DerivedFromTheLocaleDatabase) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    LocaleSettings s = ReadLocale(c.name);
-    EXPECT_EQ(s.name, c.name);
+    const LocaleSettings s = ReadLocale(c.name);
+    EXPECT_EQ(std::tie(s.name, s.date_separator, s.iso_dates, s.twelve_hour, s.am, s.pm),
+              std::tie(c.name, c.date_separator, c.iso, c.twelve_hour, c.am, c.pm));
     EXPECT_EQ(std::string(s.date_order, 3), c.order);
-    EXPECT_EQ(s.date_separator, c.date_separator);
-    EXPECT_EQ(s.iso_dates, c.iso);
-    EXPECT_EQ(s.twelve_hour, c.twelve_hour);
     EXPECT_EQ(s.time_separator, ":");
-    EXPECT_EQ(s.am, c.am);
-    EXPECT_EQ(s.pm, c.pm);
     EXPECT_EQ(s.decimal_separator, c.decimal);
     EXPECT_EQ(s.thousands_separator, c.thousands);
     LocaleGuard locale(c.name);

@@ -47,8 +47,7 @@ const std::string& ScratchFile() {
                                    ("tympora-fuzz-dispatch-" + std::to_string(::getpid()) + ".xml"))
                                       .string();
   // Registered after `path` is made, so it runs before `path` is destroyed.
-  static const int removal = std::atexit([] { std::remove(path.c_str()); });
-  (void)removal;
+  [[maybe_unused]] static const int removal = std::atexit([] { std::remove(path.c_str()); });
   return path;
 }
 
@@ -103,13 +102,8 @@ Dispatch Reach(FuzzedDataProvider& in, const ObjectPtr& object) {
   return QueryInterface(object, own[in.ConsumeIntegralInRange<size_t>(0, own.size() - 1)]->Name());
 }
 
-// With TYMPORA_FUZZ_TRACE set, each call is printed before it runs, so that
-// a reproducer shows what it does.
-bool Tracing() {
-  static const bool on = std::getenv("TYMPORA_FUZZ_TRACE") != nullptr;
-  return on;
-}
-
+// Prints a call before it runs (with TYMPORA_FUZZ_TRACE set), so that a
+// reproducer shows what it does.
 void Trace(const Dispatch& itf, const std::string& name, InvokeKind kind,
            const std::vector<Variant>& args) {
   std::fprintf(stderr, "call %s.%s kind %d (", std::string(itf.Interface()->Name()).c_str(),
@@ -159,7 +153,8 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
       }
     }
   }
-  if (Tracing()) Trace(itf, name, kind, args);
+  static const bool tracing = std::getenv("TYMPORA_FUZZ_TRACE") != nullptr;
+  if (tracing) Trace(itf, name, kind, args);
   Variant result;
   try {
     result = Invoke(itf, name, kind, args);
@@ -172,9 +167,7 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
     return;
   }
   CheckResult(result);
-  if (result.Kind() == VariantKind::Object && result.AsObject() && pool.size() < 64) {
-    pool.push_back(result.AsObject());
-  }
+  args.insert(args.begin(), result);  // pooled first, then the object arguments
   for (const Variant& a : args) {
     if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64)
       pool.push_back(a.AsObject());
