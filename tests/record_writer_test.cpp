@@ -123,12 +123,12 @@ TEST(RecordWriterTest, FileIsTheDocumentRoadByteForByte) {
 TEST(RecordWriterTest, EveryRecordClassAsTheRoot) {
   TempDir dir;
   auto clients = support::BuildScrambledClinic({.clients = 1,
-                                       .aids = 1,
-                                       .sessions = 1,
-                                       .examinations = 1,
-                                       .curves = 1,
-                                       .curve_points = 1,
-                                       .distortion_points = 1});
+                                                .aids = 1,
+                                                .sessions = 1,
+                                                .examinations = 1,
+                                                .curves = 1,
+                                                .curve_points = 1,
+                                                .distortion_points = 1});
   auto client = clients->Clients()->Item(1);
   auto aid = client->Aids()->Item(1);
   auto session = aid->TestDefinitions()->Item(1);
@@ -173,12 +173,12 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     auto clients = support::BuildScrambledClinic({.clients = 2,
-                                         .aids = 1,
-                                         .sessions = 1,
-                                         .examinations = 1,
-                                         .curves = 1,
-                                         .curve_points = 2,
-                                         .distortion_points = 1});
+                                                  .aids = 1,
+                                                  .sessions = 1,
+                                                  .examinations = 1,
+                                                  .curves = 1,
+                                                  .curve_points = 2,
+                                                  .distortion_points = 1});
     row.spoil(*clients);
     StatusPtr document_status, file_status;
     DocumentRoad(*clients, document_status);
@@ -189,6 +189,40 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
     EXPECT_EQ(file_status->Source(), document_status->Source());
     EXPECT_EQ(written, "");
     EXPECT_ANY_THROW(Direct(*clients));
+  }
+}
+
+// A document of a few MiB goes to a file in pieces while it is written.
+// Where the file ended at the export's start, a value that fails after the
+// first piece takes back what was written; where the export starts inside
+// the file, nothing is written before the whole text is made.
+TEST(RecordWriterTest, LongDocumentsGoOutInPiecesAndAFailureTakesThemBack) {
+  TempDir dir;
+  const std::string path = dir / "long.xml";
+  auto clients = support::BuildScrambledClinic({.clients = 30, .seed = 3});
+  const std::string head = "host text before the export\r\n";
+  // Exports into a file holding `head`, from position `start` of it.
+  const auto export_from = [&](size_t start) {
+    testing::WriteFile(path, head);
+    const int16_t n = FreeFile();
+    OpenFile(n, path);
+    FileWrite(n, head.substr(0, start));
+    StatusPtr status = clients->ExportXMLFileHandle(n);
+    FileClose(n);
+    return std::make_pair(status->Number(), ReadFile(path));
+  };
+  const std::string text = Direct(*clients);
+  ASSERT_GT(text.size(), size_t{2} << 20);
+  auto [number, written] = export_from(head.size());
+  EXPECT_EQ(number, 0);
+  EXPECT_TRUE(WithoutCreationDate(written) == head + text);
+
+  clients->Clients()->Item(30)->City("a\x01z");
+  for (const size_t start : {size_t{0}, head.size()}) {
+    SCOPED_TRACE(start);
+    std::tie(number, written) = export_from(start);
+    EXPECT_EQ(number, kDomErrInvalidChar);
+    EXPECT_TRUE(written == head) << written.size() << " bytes in the file";
   }
 }
 

@@ -40,4 +40,15 @@ bool LockForWriting(int fd);
 // descriptor, which the caller closes.
 int LockExistingFile(const std::string& path, const struct stat& seen);
 
+// The position of the file open under `number` when it stands at the file's
+// end, so that cutting the file back to it undoes whatever is written next;
+// -1 for a device or a position inside the file. Raises 52 when no file is
+// open under the number.
+int64_t FileEndOffset(int16_t number);
+
+// Cuts the file open under `number` back to `length` bytes and moves its
+// position there. Raises 52 when no file is open under it, 57 when that
+// fails. A device is left as it is.
+void FileCutBack(int16_t number, int64_t length);
+
 }  // namespace tympora::detail

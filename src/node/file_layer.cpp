@@ -453,14 +453,31 @@ void FileFlush(int16_t number) {
   }
 }
 
-void FileTruncate(int16_t number) {
+void FileTruncate(int16_t number) { detail::FileCutBack(number, 0); }
+
+namespace detail {
+
+int64_t FileEndOffset(int16_t number) {
+  std::shared_ptr<Entry> entry = Lookup(number);
+  std::lock_guard lock(entry->mutex);
+  if (entry->closed) RaiseNotOpen(number);
+  if (entry->is_device) return -1;
+  struct stat st {};
+  const off_t at = ::lseek(entry->fd, 0, SEEK_CUR);
+  if (at < 0 || ::fstat(entry->fd, &st) != 0 || at != st.st_size) return -1;
+  return at;
+}
+
+void FileCutBack(int16_t number, int64_t length) {
   std::shared_ptr<Entry> entry = Lookup(number);
   std::lock_guard lock(entry->mutex);
   if (entry->closed) RaiseNotOpen(number);
   if (entry->is_device) return;
-  if (::ftruncate(entry->fd, 0) != 0 || ::lseek(entry->fd, 0, SEEK_SET) != 0) {
+  if (::ftruncate(entry->fd, length) != 0 || ::lseek(entry->fd, length, SEEK_SET) != length) {
     RaiseForPath(kErrDeviceIO, entry->path, ErrnoText(errno));
   }
 }
+
+}  // namespace detail
 
 }  // namespace tympora

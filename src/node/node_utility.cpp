@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "node/file_internal.hpp"
 #include "node/number_text.hpp"
 #include "node/record_writer.hpp"
 #include "tympora/node/conversions.hpp"
@@ -108,16 +109,32 @@ void TakeStatus(StatusPtr& status, StatusPtr returned) {
   if (status->Number() != 0) status->RaiseError();
 }
 
-// A tree of the library's own records is written straight from its property tables:
-// the same bytes as the document road below, without building and parsing
-// two documents. Returns false, having written nothing, when a value cannot
-// be written; the document road then runs and reports the failure as it
-// always does.
+// A tree of the library's own records is written straight from its property
+// tables: the same bytes as the document road below, without building and
+// parsing two documents. Returns false, having written nothing, when a value
+// cannot be written; the document road then runs and reports the failure as
+// it always does. A failing write raises its error.
+//
+// Where the file's position is its end, as in a new file, the text goes out
+// in pieces while it is made, so that no copy of the whole document is held,
+// and a value that fails halfway is undone by cutting the file back.
+// Elsewhere (a device, a position inside the file) the whole text is made
+// first and written at once.
 bool WriteRecordText(int16_t number, const RecordBase& record) {
-  detail::TextBuffer text;
+  constexpr size_t kPiece = size_t{1} << 20;
+  const int64_t start = detail::FileEndOffset(number);
+  bool writing = false;
+  detail::TextBuffer text =
+      start < 0 ? detail::TextBuffer() : detail::TextBuffer(kPiece, [&](std::string_view piece) {
+        writing = true;
+        FileWrite(number, piece);
+        writing = false;
+      });
   try {
     detail::AppendRecordDocument(text, record, ValueToText(Now()));
   } catch (...) {
+    if (writing) throw;
+    if (start >= 0) detail::FileCutBack(number, start);
     return false;
   }
   FileWrite(number, text.View());

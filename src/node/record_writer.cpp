@@ -148,6 +148,11 @@ bool OpenRecord(TextBuffer& out, const RecordBase& r, const RecordInfo& info) {
 TextBuffer::~TextBuffer() { std::free(data_); }
 
 void TextBuffer::Grow(size_t more) {
+  if (sink_ && size_ > 0 && size_ + more > limit_) {
+    sink_(View());
+    size_ = 0;
+    if (more <= capacity_) return;
+  }
   size_t capacity = capacity_ < 4096 ? 4096 : capacity_;
   while (capacity < size_ + more) capacity *= 2;
   void* grown = std::realloc(data_, capacity);

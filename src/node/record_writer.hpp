@@ -6,18 +6,24 @@
 
 #include <cstddef>
 #include <cstring>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 #include "tympora/node/record.hpp"
 
 namespace tympora::detail {
 
-// A growable byte buffer. It grows with realloc, which moves large blocks by
-// remapping pages instead of copying them, so that the peak memory of a long
-// text stays close to its length.
+// A byte buffer for a long text. Without a sink it grows with realloc, which
+// moves large blocks by remapping pages instead of copying them, so that the
+// peak memory of a long text stays close to its length. With a sink it hands
+// its bytes on whenever it would grow beyond its limit, so that it stays
+// small and in the cache while the text passes through it.
 class TextBuffer {
  public:
+  using Sink = std::function<void(std::string_view)>;
   TextBuffer() = default;
+  TextBuffer(size_t limit, Sink sink) : limit_(limit), sink_(std::move(sink)) {}
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
   ~TextBuffer();
@@ -48,6 +54,7 @@ class TextBuffer {
     return data_ + size_;
   }
   void Commit(const char* end) noexcept { size_ = static_cast<size_t>(end - data_); }
+  // The bytes not yet handed to the sink.
   std::string_view View() const noexcept { return {data_, size_}; }
 
  private:
@@ -55,6 +62,8 @@ class TextBuffer {
   char* data_ = nullptr;
   size_t size_ = 0;
   size_t capacity_ = 0;
+  size_t limit_ = 0;
+  Sink sink_;
 };
 
 // `node` as a record when it is one of the library's own record classes,
