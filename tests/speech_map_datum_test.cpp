@@ -24,11 +24,7 @@ testing::RecordCase SpeechMapDatumCase() {
 }
 INSTANTIATE_RECORD_SUITE(SpeechMapDatum, SpeechMapDatumCase());
 
-class SpeechMapDatumTest : public ::testing::Test {
-  testing::LocaleGuard locale_{"C"};
-};
-
-TEST_F(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
+TEST(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
   CSpeechMapDatum d;
   d.ID(-17);
   const Variant id = d.PropertyByName("ID");
@@ -38,24 +34,6 @@ TEST_F(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
     EXPECT_EQ(ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
     EXPECT_EQ(d.ID(), -17);
   }
-}
-
-TEST_F(SpeechMapDatumTest, ImportReadsOnlyTheElementNames) {
-  CSpeechMapDatum d;
-  d.Other(4);
-  DOMDocument doc = testing::Parse(
-      "<SpeechMapDatum id=\"12\"><MaxOutputVal>90</MaxOutputVal><MinOutput>low</MinOutput>"
-      "<MaxOutput>70</MaxOutput><MaxOutput>85.5</MaxOutput><Other null=\"true\"/>"
-      "</SpeechMapDatum>");
-  DOMElement root = doc.documentElement();
-  ASSERT_EQ(d.ImportXMLNode(root)->Number(), 0);
-  EXPECT_EQ(d.ID(), 12);
-  EXPECT_EQ(d.maxOutputVal(), 85.5)
-      << "the later of two elements wins; the long name is no element";
-  DOMDocument out;
-  ASSERT_EQ(d.ExportXMLDocument(out)->Number(), 0);
-  EXPECT_TRUE(IsNullNode(testing::ChildNamed(out.documentElement(), "MinOutput")));
-  EXPECT_TRUE(IsNullNode(testing::ChildNamed(out.documentElement(), "Other")));
 }
 
 }  // namespace
