@@ -5,11 +5,6 @@
 
 namespace tympora {
 namespace {
-using testing::ChildNamed;
-using testing::ErrorOf;
-using testing::ExportElement;
-using testing::ExportsNull;
-using testing::ImportText;
 
 testing::RecordCase ClientAidCase() {
   return {
@@ -105,87 +100,6 @@ INSTANTIATE_CHILD_LIST_SUITE(ClientAid,
                                    t.AddExamination(std::make_shared<CExamination>());
                                  },
                                  "AidEar"));
-
-class ClientAidTest : public ::testing::Test {
-  testing::LocaleGuard locale_{"C"};
-};
-
-TEST_F(ClientAidTest, RenamedPropertiesLiveOnlyUnderTheirElementNames) {
-  CClientAid aid;
-  aid.AidColor(255);
-  aid.AidManufacturer("ACME-7");
-  const struct {
-    std::string element, property, text;
-    Variant value;
-  } rows[] = {{"HearingAidColor", "AidColor", "255", Variant(int32_t{255})},
-              {"HearingAidManufacturerCode", "AidManufacturer", "ACME-7", Variant("ACME-7")}};
-  DOMElement element = ExportElement(aid);
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.element);
-    EXPECT_EQ(ChildNamed(element, row.element).text(), row.text);
-    EXPECT_TRUE(ChildNamed(element, row.property).IsAbsent());
-    EXPECT_EQ(aid.PropertyByName(row.element), row.value);
-    EXPECT_TRUE(aid.PropertyByName(row.property).IsEmpty());
-
-    CClientAid copy;
-    ASSERT_EQ(ImportText(copy, "<ClientAid><" + row.property + ">" + row.text + "</" +
-                                   row.property + "><" + row.element + ">" + row.text + "</" +
-                                   row.element + "></ClientAid>")
-                  ->Number(),
-              0);
-    EXPECT_EQ(copy.PropertyByName(row.element), row.value);
-    CClientAid skipped;
-    ASSERT_EQ(ImportText(skipped, "<ClientAid><" + row.property + ">" + row.text + "</" +
-                                      row.property + "></ClientAid>")
-                  ->Number(),
-              0);
-    EXPECT_TRUE(IsNullNode(ChildNamed(ExportElement(skipped), row.element)));
-  }
-}
-
-TEST_F(ClientAidTest, ImportOfNumbersDatesAndBooleans) {
-  const Date kBefore = MakeDate(2020, 1, 1);
-  const struct {
-    std::string element, text;
-    bool start_null;   // the property is Null before the import (else it holds a value)
-    Variant expected;  // the value afterwards, as PropertyByName reads it
-    bool expected_null;
-  } rows[] = {
-      {"HearingAidClass", "2.5", true, Variant(int32_t{2}), false},
-      {"HearingAidClass", "3.5", true, Variant(int32_t{4}), false},
-      {"HearingAidClass", "B", true, Variant(int32_t{0}), true},
-      {"HearingAidClass", "B", false, Variant(int32_t{9}), false},
-      {"HearingAidColor", " 12 ", true, Variant(int32_t{12}), false},
-      {"HearingAidPurchaseDate", "2021-03-04", true, Variant(MakeDate(2021, 3, 4)), false},
-      {"HearingAidPurchaseDate", "no date", true, Variant(Date()), true},
-      {"HearingAidPurchaseDate", "", false, Variant(kBefore), false},
-      {"HearingAidWarrantyDate", "31/31/2020", false, Variant(kBefore), false},
-      {"HearingAidFMIsActivated", "TRUE", true, Variant(true), false},
-      {"HearingAidFMIsActivated", "True", true, Variant(true), false},
-      {"HearingAidFMIsActivated", "untrue", true, Variant(true), false},
-      {"HearingAidFMIsActivated", "False", false, Variant(false), false},
-      {"HearingAidFMIsActivated", "", true, Variant(false), false},
-      {"ManufacturerDeleted", "1", false, Variant(false), false},
-      {"ManufacturerDeleted", "yes", true, Variant(false), false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.element + " <- '" + row.text + "'");
-    CClientAid aid;
-    if (!row.start_null) {
-      aid.AidClass(9);
-      aid.AidPurchaseDate(kBefore);
-      aid.AidWarrantyDate(kBefore);
-      aid.AidFMIsActivated(true);
-      aid.ManufacturerDeleted(true);
-    }
-    ASSERT_EQ(ImportText(aid, "<ClientAid><" + row.element + ">" + row.text + "</" + row.element +
-                                  "></ClientAid>")
-                  ->Number(),
-              0);
-    EXPECT_EQ(aid.PropertyByName(row.element), row.expected);
-    EXPECT_EQ(IsNullNode(ChildNamed(ExportElement(aid), row.element)), row.expected_null);
-  }
-}
 
 }  // namespace
 }  // namespace tympora

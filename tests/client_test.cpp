@@ -5,11 +5,6 @@
 
 namespace tympora {
 namespace {
-using testing::ChildNamed;
-using testing::ErrorOf;
-using testing::ExportElement;
-using testing::ExportsNull;
-using testing::ImportText;
 
 testing::RecordCase ClientCase() {
   return {
@@ -99,85 +94,6 @@ INSTANTIATE_CHILD_LIST_SUITE(Client,
                                    aid.AddTestDefinition(std::make_shared<CTestDefinition>());
                                  },
                                  "FirstName"));
-
-class ClientTest : public ::testing::Test {
-  testing::LocaleGuard locale_{"C"};
-};
-
-TEST_F(ClientTest, CellPhoneLivesOnlyUnderPhoneCell) {
-  CClient client;
-  client.CellPhone("555-0100");
-  DOMElement element = ExportElement(client);
-  EXPECT_EQ(ChildNamed(element, "PhoneCell").text(), "555-0100");
-  EXPECT_TRUE(ChildNamed(element, "CellPhone").IsAbsent());
-  EXPECT_EQ(client.PropertyByName("PhoneCell"), Variant("555-0100"));
-  EXPECT_TRUE(client.PropertyByName("CellPhone").IsEmpty());
-
-  CClient copy;
-  ASSERT_EQ(ImportText(copy,
-                       "<C><CellPhone>1</CellPhone><PhoneCell>2</PhoneCell>"
-                       "<CellPhone>3</CellPhone></C>")
-                ->Number(),
-            0);
-  EXPECT_EQ(copy.CellPhone(), "2");
-}
-
-TEST_F(ClientTest, EmptyTextIsNotNull) {
-  CClient client, copy;
-  client.FirstName("");
-  DOMElement element = ExportElement(client);
-  DOMNode first = ChildNamed(element, "FirstName");
-  EXPECT_EQ(first.attributes().length(), 0);
-  EXPECT_EQ(first.childNodes().length(), 0);
-  EXPECT_TRUE(IsNullNode(ChildNamed(element, "LastName")));
-
-  ASSERT_EQ(copy.ImportXMLNode(element)->Number(), 0);
-  EXPECT_EQ(ChildNamed(ExportElement(copy), "FirstName").attributes().length(), 0);
-}
-
-TEST_F(ClientTest, ImportOfDatesAndTheDeletedMark) {
-  const Date kBefore = MakeDate(2001, 2, 3);
-  const struct {
-    std::string element, text;
-    bool start_null;
-    Variant expected;
-    bool expected_null;
-  } rows[] = {
-      {"BirthDate", "1950-07-14", true, Variant(MakeDate(1950, 7, 14)), false},
-      {"BirthDate", "no date", true, Variant(Date()), true},
-      {"RegistrationDate", "", false, Variant(kBefore), false},
-      {"LastEntryDate", "2024-01-02 08:30:00", true, Variant(MakeDate(2024, 1, 2, 8, 30)), false},
-      {"Deleted", "True", true, Variant(true), false},
-      {"Deleted", "TRUE", true, Variant(true), false},
-      {"Deleted", " true ", true, Variant(true), false},
-      {"Deleted", "False", false, Variant(false), false},
-      {"Deleted", "", false, Variant(false), false},
-      {"Deleted", "1", false, Variant(false), false},
-      {"Number", "0.50", true, Variant("0.50"), false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.element + " <- '" + row.text + "'");
-    CClient client;
-    if (!row.start_null) {
-      client.RegistrationDate(kBefore);
-      client.Deleted(true);
-    }
-    ASSERT_EQ(
-        ImportText(client, "<C><" + row.element + ">" + row.text + "</" + row.element + "></C>")
-            ->Number(),
-        0);
-    EXPECT_EQ(client.PropertyByName(row.element), row.expected);
-    EXPECT_EQ(IsNullNode(ChildNamed(ExportElement(client), row.element)), row.expected_null);
-  }
-}
-
-TEST_F(ClientTest, DeletedByNameTakesBooleanText) {
-  CClient client;
-  client.PropertyByName("Deleted", Variant("True"));
-  EXPECT_TRUE(client.Deleted());
-  EXPECT_EQ(ErrorOf([&] { client.PropertyByName("Deleted", Variant("yes")); }), kErrTypeMismatch);
-  EXPECT_TRUE(client.Deleted());
-}
 
 }  // namespace
 }  // namespace tympora
