@@ -108,8 +108,7 @@ TEST(CurveTest, ImportOfAHandWrittenElement) {
 TEST(CurveTest, OverflowStopsTheImportAtTheFailingChild) {
   const std::tuple<const char*, int32_t, int32_t> rows[] = {
       // the curve's content, then how many curve and distortion points stay
-      {"<DistortionDatum/><CurveDatum><Input>2</Input><Frequency>1E+10</Frequency></CurveDatum>", 0,
-       1},
+      {"<DistortionDatum/><CurveDatum><Frequency>1E+10</Frequency></CurveDatum>", 0, 1},
       {"<CurveDatum/><DistortionDatum><Frequency>-1E+10</Frequency></DistortionDatum>", 1, 0},
       {"<CurveDatum/><FxTime0>2147483648</FxTime0>", 1, 0},
   };
