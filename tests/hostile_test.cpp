@@ -42,11 +42,8 @@ TEST(HostileTest, MalformedDocumentsAreRefusedWithTheirPosition) {
   late += "</oops>";
   // text, line, column, byte offset, a part of the reason
   const std::tuple<std::string, int64_t, int64_t, int64_t, const char*> rows[] = {
-      {"<Clients id=\"1\">\r\n<ClientOrPatient id=\"2\">\r\n<FirstName>Ann</Fir", 3, 17, 60,
-       "mismatch"},
+      {"<Clients id=\"1\">\r\n<Client id=\"2\">\r\n<Name>Ann</Na", 3, 12, 46, "mismatch"},
       {"<Clients id=\"1\">\r\n<ClientOrPatient id=\"2\">", 2, 24, 41, "Start-end tags mismatch"},
-      {"<Clients id=\"1\">\n<ClientOrPatient id=\"2\"></Clients></ClientOrPatient>", 2, 27, 43,
-       "mismatch"},
       {late, 2002, 3, 48007, "mismatch"},
       {"<Clients id=\"1", 1, 14, 13, "attribute"},
       {"<Clients id=1/>", 1, 13, 12, "attribute"},
@@ -87,18 +84,15 @@ TEST(HostileTest, MalformedDocumentsAreRefusedWithTheirPosition) {
       {"<?xml version=\"banana\"?><Clients/>", 1, 16, 15, "version"},
       {"<?xml encoding=\"UTF-8\"?><Clients/>", 1, 7, 6, "version"},
       {"<?xml version=\"1.0\" standalone=\"maybe\"?><Clients/>", 1, 33, 32, "standalone"},
-      {"<?xml version=\"1.0\" encoding=\"x-no-such-code\"?>\n<Clients/>", 1, 31, 30,
-       "\"x-no-such-code\""},
-      {"<?xml version=\"1.0\" encoding=\"UTF-16//IGNORE\"?><Clients/>", 1, 31, 30,
-       "Invalid encoding"},
+      {"<?xml version=\"1.0\" encoding=\"x-nothing\"?><a/>", 1, 31, 30,
+       "Unknown encoding \"x-nothing\""},
+      {"<?xml version=\"1.0\" encoding=\"UTF-16//IGNORE\"?><a/>", 1, 31, 30, "Invalid encoding"},
       {"<?xml version=\"1.0\" encoding=\"UTF-16\"?><Clients/>", 1, 31, 30, "do not match"},
       {"\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"KOI8-R\"?><Clients/>", 1, 31, 33, "KOI8-R"},
-      {"\xFE\xFF\0<\0?\0x\0m\0l\0 \0e\0n\0c\0o\0d\0i\0n\0g\0=\0'\0L\0"
-       "1\0'\0?\0>"s,
-       1, 17, 2, "declares \"L1\""},
+      {"\xFE\xFF\0<\0?\0x\0m\0l\0 \0e\0n\0c\0o\0d\0i\0n\0g\0=\0'\0K\0O\0I\0'\0?\0>"s, 1, 17, 2,
+       "UTF-16BE but declares \"KOI\""},
       {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Clients>\xFF</Clients>", 2, 10, 49, "UTF-8"},
-      {"<?xml version=\"1.0\" encoding=\"shift_jis\"?>\r\n<Clients>\x93</Clients>", 2, 10, 53,
-       "shift_jis"},
+      {"<?xml version=\"1.0\" encoding=\"shift_jis\"?>\r\n<a>\x93</a>", 2, 4, 47, "shift_jis"},
       {"<?xml version='1.0' encoding='windows-1252'?>\n<Clients>\x81</Clients>", 2, 10, 55, "1252"},
       {"\xFF\xFE<\0a\0/\0>\0\x0A"s, 1, 5, 10, "Incomplete"},
   };
@@ -124,11 +118,6 @@ TEST(HostileTest, MalformedDocumentsAreRefusedWithTheirPosition) {
   }
 }
 
-std::string Nested(const std::string& open, const std::string& close, const std::string& inner,
-                   size_t depth) {
-  return Repeat(open, depth) + inner + Repeat(close, depth);
-}
-
 // What an import read: the list's id, then each client's id and first name.
 std::string Summary(const CClients& clients) {
   std::string out = std::to_string(clients.ID()) + ":";
@@ -138,69 +127,55 @@ std::string Summary(const CClients& clients) {
   return out;
 }
 
-// Each document is imported into a new list; whatever was read can be
-// written again.
+// Each document is imported into a new list, and whatever was read can be
+// written again. No entity is expanded and nothing outside is read.
 TEST(HostileTest, HostileDocumentsImportSafely) {
   TempDir dir;
   const std::string secret = dir / "secret.txt";
   testing::WriteFile(secret, "SECRET-CONTENT");
-  std::string bomb = "<!DOCTYPE Clients [<!ENTITY l0 \"lol\">";
+  // An external DTD, an expansion bomb, an external and a parameter entity.
+  std::string dtd = "<!DOCTYPE Clients SYSTEM \"" + secret + "\" [<!ENTITY l0 \"lol\">";
   for (int i = 1; i < 10; ++i) {
-    bomb += "<!ENTITY l" + std::to_string(i) + " \"" +
-            Repeat("&l" + std::to_string(i - 1) + ";", 10) + "\">";
+    dtd += "<!ENTITY l" + std::to_string(i) + " \"" +
+           Repeat("&l" + std::to_string(i - 1) + ";", 10) + "\">";
   }
+  dtd += "<!ENTITY ext SYSTEM \"file://" + secret + "\"><!ENTITY % p SYSTEM \"file://" + secret +
+         "\"> %p;]>";
   std::string siblings = "<Clients id=\"1\">";
   for (int i = 0; i < 100000; ++i) {
     siblings += "<u" + std::to_string(i) + ">v</u" + std::to_string(i) + ">";
   }
+  const auto nested = [](const std::string& open, const std::string& inner,
+                         const std::string& close) {
+    return Repeat(open, 100000) + inner + Repeat(close, 100000);
+  };
   // Blanks between the levels are dropped by the parse, also 100,000 deep.
-  const std::string deep = OneClient(Nested("<FirstName> ", "</FirstName>", "deep", 100000));
-  // name, text, the import's status, a summary of what it read
-  const std::tuple<const char*, std::string, int32_t, std::string> rows[] = {
-      {"a property element nested 100,000 levels deep", deep, 0, "1: 2= deep"},
-      {"records nested 100,000 levels deep",
-       "<Clients id=\"1\">" +
-           Nested("<ClientOrPatient id=\"3\">", "</ClientOrPatient>", "", 100000) + "</Clients>",
+  const std::string deep = OneClient(nested("<FirstName> ", "deep", "</FirstName>"));
+  // text, the import's status, a summary of what it read
+  const std::tuple<std::string, int32_t, std::string> rows[] = {
+      {deep, 0, "1: 2= deep"},
+      {"<Clients id=\"1\">" + nested("<ClientOrPatient id=\"3\">", "", "</ClientOrPatient>") +
+           "</Clients>",
        0, "1: 3="},
-      {"unknown elements nested 100,000 levels deep",
-       "<Clients id=\"1\">" + Nested("<x>", "</x>", "<ClientOrPatient/>", 100000) + "</Clients>", 0,
-       "1:"},
-      {"entity-expansion bomb", bomb + "]>" + OneClient("<FirstName>&l9;</FirstName>"), 0,
-       "1: 2=&l9;"},
-      {"external entity",
-       "<!DOCTYPE Clients [<!ENTITY ext SYSTEM \"file://" + secret + "\">]>" +
-           OneClient("<FirstName>&ext;</FirstName>"),
-       0, "1: 2=&ext;"},
-      {"external DTD",
-       "<!DOCTYPE Clients SYSTEM \"" + secret + "\">" + OneClient("<FirstName>a</FirstName>"), 0,
-       "1: 2=a"},
-      {"external parameter entity",
-       "<!DOCTYPE Clients [<!ENTITY % p SYSTEM \"file://" + secret + "\"> %p;]>" +
-           OneClient("<FirstName>b</FirstName>"),
-       0, "1: 2=b"},
-      {"an id beyond the 32-bit range",
-       "<Clients id=\"4294967296\"><ClientOrPatient id=\"2\"/></Clients>", kErrOverflow, "0:"},
-      {"a client id below the 32-bit range",
-       "<Clients id=\"5\"><ClientOrPatient id=\"1\"/><ClientOrPatient id=\"-2147483649\"/>"
+      {"<Clients id=\"1\">" + nested("<x>", "<ClientOrPatient/>", "</x>") + "</Clients>", 0, "1:"},
+      {dtd + OneClient("<FirstName>&l9;&ext;</FirstName>"), 0, "1: 2=&l9;&ext;"},
+      {"<Clients id=\"4294967296\"><ClientOrPatient id=\"2\"/></Clients>", kErrOverflow, "0:"},
+      {"<Clients id=\"5\"><ClientOrPatient id=\"1\"/><ClientOrPatient id=\"-2147483649\"/>"
        "<ClientOrPatient id=\"3\"/></Clients>",
        kErrOverflow, "5: 1="},
-      {"an id beyond the double range",
-       "<Clients id=\"1E+400\"><ClientOrPatient id=\"2\"/></Clients>", 0, "0: 2="},
-      {"100,000 siblings of unknown names",
-       siblings +
+      {"<Clients id=\"1E+400\"><ClientOrPatient id=\"2\"/></Clients>", 0, "0: 2="},
+      {siblings +
            "<ClientOrPatient id=\"9\"><FirstName>last</FirstName></ClientOrPatient></Clients>",
        0, "1: 9=last"},
-      {"bytes that are not UTF-8, no declaration",
-       OneClient("<FirstName>\xFF\xFE\x80\xE9</FirstName>"), 0,
+      // Bytes that are not UTF-8, and UTF-8 with one stray byte: Windows-1252.
+      {OneClient("<FirstName>\xFF\xFE\x80\xE9</FirstName>"), 0,
        "1: 2=\xC3\xBF\xC3\xBE\xE2\x82\xAC\xC3\xA9"},
-      {"UTF-8 with one stray byte is read as Windows-1252",
-       OneClient("<FirstName>Zo\xC3\xAB</FirstName><LastName>\x9C</LastName>"), 0,
+      {OneClient("<FirstName>Zo\xC3\xAB</FirstName><LastName>\x9C</LastName>"), 0,
        "1: 2=Zo\xC3\x83\xC2\xAB"},
-      {"comments, CDATA and processing instructions inside a property",
-       OneClient("<FirstName>a<!--c--><![CDATA[<b>]]><?p x?>c</FirstName>"), 0, "1: 2=a<b>c"},
+      {OneClient("<FirstName>a<!--c--><![CDATA[<b>]]><?p x?>c</FirstName>"), 0, "1: 2=a<b>c"},
   };
-  for (const auto& [name, text, number, summary] : rows) {
-    SCOPED_TRACE(name);
+  for (const auto& [text, number, summary] : rows) {
+    SCOPED_TRACE(text.substr(0, 80));
     DOMDocument doc = DOMDocument::New();
     ASSERT_TRUE(doc.loadXML(text)) << doc.parseError().reason;
     CClients clients;
@@ -306,25 +281,14 @@ TEST(HostileTest, ValuesXmlCannotCarryFailTheExportAndWriteNothing) {
   }
 }
 
+// Texts with lone CRs, references as text and characters of every length.
 // Through a file, whitespace-only texts come back empty by design, since the
 // file holds the document after a parse that drops whitespace-only text
 // nodes; the document road, parsed with white space kept, keeps them too.
 TEST(HostileTest, TextsComeBackExactlyThroughAFile) {
-  const std::string texts[] = {"a\tb",
-                               "a\rb",
-                               "a\r\nb",
-                               "a\nb",
-                               "\rx\r",
-                               "\r\n x \r\n",
-                               "  both  ",
-                               "<&>\"'",
-                               "]]>",
-                               "&amp; &#13; &lt;",
-                               "   ",
-                               "\r\n\t",
-                               "Zo\xC3\xAB \xC3\x86r\xC3\xB8 \xC5\x81\xC3\xB3z \xE6\x97\xA5",
-                               "\xF0\x9F\x8E\xA7 \xF0\x90\x8D\x88",
-                               "\xEF\xBF\xBD\xF4\x8F\xBF\xBF"};
+  const std::string utf8 = "Zo\xC3\xAB \xE6\x97\xA5 \xF0\x90\x8D\x88 \xEF\xBF\xBD\xF4\x8F\xBF\xBF";
+  const std::string texts[] = {"a\rb", "\rx\r",  "a\tb\nc", "\r\n x \r\n", "&amp; &#13; &lt;",
+                               "   ",  "\r\n\t", utf8};
   auto clients = std::make_shared<CClients>();
   for (const std::string& text : texts) {
     auto client = std::make_shared<CClient>();
