@@ -4,10 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,14 +16,14 @@ namespace {
 
 using testing::ErrorOf;
 
-// The tympora::Error that `f` raises, if any.
-std::optional<Error> Raised(const std::function<void()>& f) {
+// The tympora::Error that `f` raises as "number source: description", or "".
+std::string Raised(const std::function<void()>& f) {
   try {
     f();
   } catch (const Error& e) {
-    return e;
+    return std::to_string(e.Number()) + " " + e.Source() + ": " + e.Description();
   }
-  return std::nullopt;
+  return "";
 }
 
 DOMDocument Parsed(const std::string& text, bool preserve = false) {
@@ -82,11 +79,9 @@ TEST(DomTest, SecondRootIsRefusedAndDocumentUnchanged) {
   d.appendChild(d.createElement("First"));
   const std::string before = d.xml();
   const DOMElement second = d.createElement("Second");
-  const std::optional<Error> e = Raised([&] { d.appendChild(second); });
-  ASSERT_TRUE(e);
-  EXPECT_EQ(e->Number(), kDomErrSecondRoot);
-  EXPECT_EQ(e->Source(), kDomSource);
-  EXPECT_EQ(e->Description(), DomErrorText(kDomErrSecondRoot));
+  EXPECT_EQ(Raised([&] { d.appendChild(second); }), std::to_string(kDomErrSecondRoot) + " " +
+                                                        kDomSource + ": " +
+                                                        DomErrorText(kDomErrSecondRoot));
   EXPECT_EQ(d.xml(), before);
   EXPECT_EQ(d.childNodes().length(), 2);
   EXPECT_TRUE(second.parentNode().IsAbsent());
@@ -171,20 +166,6 @@ TEST(DomTest, NamesTypesAndValues) {
     EXPECT_EQ(node.nodeName(), name);
     EXPECT_EQ(node.baseName(), base);
     EXPECT_EQ(node.nodeValue(), value);
-  }
-}
-
-TEST(DomTest, TextResolvesReferencesAndConcatenates) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"<a>&amp;&#233;</a>", "&\xC3\xA9"},
-      {"<a>&lt;&gt;&quot;&apos;&#x1F600;</a>", "<>\"'\xF0\x9F\x98\x80"},
-      {"<a>x<b>y<!--no--></b><![CDATA[<z>]]>w</a>", "xy<z>w"},
-      {"<a><b/></a>", ""},
-      {"<a>a&#13;b&#10;\tc&#x0D;</a>", "a\rb\n\tc\r"},
-  };
-  for (const auto& [text, expected] : cases) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(Parsed(text).documentElement().text(), expected);
   }
 }
 
@@ -303,10 +284,7 @@ TEST(DomTest, ForbiddenTextRaisesAndChangesNothing) {
       d.createProcessingInstruction("xml", " version=\"1.10\" encoding='koi8-r' standalone='no'"));
   // Allowed limits pass.
   EXPECT_NO_THROW(root.text("\t\xEF\xBF\xBD\xF4\x8F\xBF\xBF\xEE\x80\x80\xED\x9F\xBF"));
-  EXPECT_NE(Raised([&] { d.createTextNode("a\xFF"); })
-                .value()
-                .Description()
-                .find("0xFF at byte offset 1"),
+  EXPECT_NE(Raised([&] { d.createTextNode("a\xFF"); }).find("0xFF at byte offset 1"),
             std::string::npos);
 }
 
@@ -389,19 +367,13 @@ TEST(DomTest, ChildItemsMatchInAnyOrder) {
       expected[p].push_back(parent.appendChild(d.createElement("c" + std::to_string(c))));
     }
   }
-  const std::vector<int> orders[] = {
-      {0, 1, 2, 3, 29, 28, 27, 10, 11, 12, 0, 15, 14, 29, 30, -1, 5},
-      {29, 0, 29, 1, 28, 2, 27, 3, 100, 4},
-  };
-  for (const std::vector<int>& order : orders) {
-    for (int i : order) {
-      for (int p = 0; p < 20; ++p) {
-        SCOPED_TRACE(::testing::Message() << "parent " << p << " index " << i);
-        const DOMNodeList list = root.childNodes().item(p).childNodes();
-        const bool inside = i >= 0 && i < 30;
-        EXPECT_EQ(list.item(i), inside ? expected[p][i] : DOMNode());
-        EXPECT_EQ(list.length(), 30);
-      }
+  for (int i : {0,  1,  2, 3,  29, 28, 27, 10, 11, 12, 0, 15,  14, 29,
+                30, -1, 5, 29, 0,  29, 1,  28, 2,  27, 3, 100, 4}) {
+    for (int p = 0; p < 20; ++p) {
+      SCOPED_TRACE(::testing::Message() << "parent " << p << " index " << i);
+      const DOMNodeList list = root.childNodes().item(p).childNodes();
+      EXPECT_EQ(list.item(i), i >= 0 && i < 30 ? expected[p][i] : DOMNode());
+      EXPECT_EQ(list.length(), 30);
     }
   }
   // A change during a walk shows at once.

@@ -194,22 +194,6 @@ TEST(HostileTest, HostileDocumentsImportSafely) {
   }
 }
 
-// 10 MB of text in one property comes back exactly, also through a file.
-TEST(HostileTest, TenMegabytesInOnePropertyComeBackExactly) {
-  const size_t n = 10 * 1024 * 1024 / 20;
-  const std::string text = Repeat("0123456789abcd\xC3\xA9<&>", n);
-  const std::string escaped = Repeat("0123456789abcd\xC3\xA9&lt;&amp;&gt;", n);
-  CClients clients, back;
-  ASSERT_EQ(
-      testing::ImportText(clients, OneClient("<FirstName>" + escaped + "</FirstName>"))->Number(),
-      0);
-  EXPECT_TRUE(clients.Clients()->Item(1)->FirstName() == text);
-  TempDir dir;
-  ASSERT_EQ(clients.ExportXMLPath(dir / "big.xml")->Number(), 0);
-  ASSERT_EQ(back.ImportXMLFile(dir / "big.xml")->Number(), 0);
-  EXPECT_TRUE(back.Clients()->Item(1)->FirstName() == text);
-}
-
 // Numbers an import meets in a curve point that was filled before: a text
 // beyond the double range is not numeric, so the value stays; a numeric text
 // beyond the 32-bit range overflows and stops the import. 1.8E+308 written
@@ -281,20 +265,21 @@ TEST(HostileTest, ValuesXmlCannotCarryFailTheExportAndWriteNothing) {
   }
 }
 
-// Texts with lone CRs, references as text and characters of every length.
-// Through a file, whitespace-only texts come back empty by design, since the
-// file holds the document after a parse that drops whitespace-only text
-// nodes; the document road, parsed with white space kept, keeps them too.
+// Texts with lone CRs, references as text, characters of every length and
+// 10 MB in one property. Through a file, whitespace-only texts come back
+// empty by design, since the file holds the document after a parse that
+// drops whitespace-only text nodes; the document road, parsed with white
+// space kept, keeps them too.
 TEST(HostileTest, TextsComeBackExactlyThroughAFile) {
   const std::string utf8 = "Zo\xC3\xAB \xE6\x97\xA5 \xF0\x90\x8D\x88 \xEF\xBF\xBD\xF4\x8F\xBF\xBF";
-  const std::string texts[] = {"a\rb", "\rx\r",  "a\tb\nc", "\r\n x \r\n", "&amp; &#13; &lt;",
-                               "   ",  "\r\n\t", utf8};
+  const std::string big = Repeat("0123456789abcd\xC3\xA9<&>", 10 * 1024 * 1024 / 20);  // 10 MB
+  const std::string texts[] = {
+      "a\rb", "\rx\r", "a\tb\nc", "\r\n x \r\n", "&amp; &#13; &lt;", "   ", "\r\n\t", utf8, big};
   auto clients = std::make_shared<CClients>();
   for (const std::string& text : texts) {
     auto client = std::make_shared<CClient>();
     client->ID(clients->Clients()->Count() + 1);
     client->FirstName(text);
-    client->LastName(text);
     clients->AddClient(client);
   }
   TempDir dir;
@@ -308,11 +293,10 @@ TEST(HostileTest, TextsComeBackExactlyThroughAFile) {
   ASSERT_EQ(back.Clients()->Count(), static_cast<int32_t>(std::size(texts)));
   for (int32_t i = 1; i <= back.Clients()->Count(); ++i) {
     const std::string& text = texts[i - 1];
-    SCOPED_TRACE(::testing::PrintToString(text));
-    const bool blank = text.find_first_not_of(" \t\r\n") == std::string::npos;
-    EXPECT_EQ(back.Clients()->Item(i)->FirstName(), blank ? "" : text);
-    EXPECT_EQ(back.Clients()->Item(i)->LastName(), blank ? "" : text);
-    EXPECT_EQ(kept_back.Clients()->Item(i)->FirstName(), text);
+    SCOPED_TRACE(::testing::PrintToString(text.substr(0, 40)));
+    const std::string expected = text.find_first_not_of(" \t\r\n") == std::string::npos ? "" : text;
+    EXPECT_TRUE(back.Clients()->Item(i)->FirstName() == expected);
+    EXPECT_TRUE(kept_back.Clients()->Item(i)->FirstName() == text);
   }
 }
 
