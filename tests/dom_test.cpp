@@ -108,7 +108,7 @@ TEST(DomTest, NewDocumentShowsOnlyAppendedNodes) {
   DOMDocument d = DOMDocument::New();
   EXPECT_TRUE(d.async() && d.validateOnParse() && d.resolveExternals());
   EXPECT_FALSE(d.preserveWhiteSpace());
-  EXPECT_EQ(d.parseError().errorCode, 0);
+  EXPECT_EQ(std::tuple(d.parseError().errorCode, d.parseError().line), std::tuple(0, 0));
   ExpectEmpty(d);
   DOMElement loose = d.createElement("loose");
   loose.text("hidden");
@@ -130,25 +130,22 @@ TEST(DomTest, NamesTypesAndValues) {
       "<?xml version='1.0'?><!--note--><ns:Curve ns:id='7' plain='p'>t<![CDATA[c]]><?pi data?>"
       "</ns:Curve>");
   DOMElement curve = d.documentElement();
-  // what, node, type, name, base name, value
-  const std::tuple<const char*, DOMNode, DOMNodeType, const char*, const char*, Variant> cases[] = {
-      {"document", d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
-      {"declaration", d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml",
-       "version=\"1.0\""},
-      {"comment", d.childNodes().item(1), DOMNodeType::Comment, "#comment", "", "note"},
-      {"element", curve, DOMNodeType::Element, "ns:Curve", "Curve", kNull},
-      {"prefixed attribute", curve.attributes().item(0), DOMNodeType::Attribute, "ns:id", "id",
-       "7"},
-      {"attribute", curve.attributes().getNamedItem("plain"), DOMNodeType::Attribute, "plain",
-       "plain", "p"},
-      {"text", curve.firstChild(), DOMNodeType::Text, "#text", "", "t"},
-      {"cdata", curve.childNodes().item(1), DOMNodeType::CData, "#cdata-section", "", "c"},
-      {"pi", curve.childNodes().item(2), DOMNodeType::ProcessingInstruction, "pi", "pi", "data"},
-      {"created pi", d.createProcessingInstruction("xml", "version='1.0'"),
-       DOMNodeType::ProcessingInstruction, "xml", "xml", "version='1.0'"},
+  // node, type, name, base name, value
+  const std::tuple<DOMNode, DOMNodeType, const char*, const char*, Variant> cases[] = {
+      {d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
+      {d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml", "version=\"1.0\""},
+      {d.childNodes().item(1), DOMNodeType::Comment, "#comment", "", "note"},
+      {curve, DOMNodeType::Element, "ns:Curve", "Curve", kNull},
+      {curve.attributes().item(0), DOMNodeType::Attribute, "ns:id", "id", "7"},
+      {curve.attributes().getNamedItem("plain"), DOMNodeType::Attribute, "plain", "plain", "p"},
+      {curve.firstChild(), DOMNodeType::Text, "#text", "", "t"},
+      {curve.childNodes().item(1), DOMNodeType::CData, "#cdata-section", "", "c"},
+      {curve.childNodes().item(2), DOMNodeType::ProcessingInstruction, "pi", "pi", "data"},
+      {d.createProcessingInstruction("xml", "version='1.0'"), DOMNodeType::ProcessingInstruction,
+       "xml", "xml", "version='1.0'"},
   };
-  for (const auto& [what, node, type, name, base, value] : cases) {
-    SCOPED_TRACE(what);
+  for (const auto& [node, type, name, base, value] : cases) {
+    SCOPED_TRACE(name);
     ASSERT_FALSE(node.IsAbsent());
     EXPECT_EQ(node.nodeType(), type);
     EXPECT_EQ(node.nodeName(), name);
