@@ -4,10 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,14 +16,14 @@ namespace {
 
 using testing::ErrorOf;
 
-// The tympora::Error that `f` raises, if any.
-std::optional<Error> Raised(const std::function<void()>& f) {
+// The tympora::Error that `f` raises as "number source: description", or "".
+std::string Raised(const std::function<void()>& f) {
   try {
     f();
   } catch (const Error& e) {
-    return e;
+    return std::to_string(e.Number()) + " " + e.Source() + ": " + e.Description();
   }
-  return std::nullopt;
+  return "";
 }
 
 DOMDocument Parsed(const std::string& text, bool preserve = false) {
@@ -39,94 +36,80 @@ void ExpectEmpty(const DOMDocument& d) {
   EXPECT_EQ(d.xml(), "");
 }
 
-TEST(DomTest, NewDocumentHasDefaultsAndNoContent) {
-  DOMDocument d = DOMDocument::New();
-  EXPECT_TRUE(d.async());
-  EXPECT_TRUE(d.validateOnParse());
-  EXPECT_TRUE(d.resolveExternals());
-  EXPECT_FALSE(d.preserveWhiteSpace());
-  ExpectEmpty(d);
-  EXPECT_EQ(d.parseError().errorCode, 0);
-}
-
 TEST(DomTest, AbsentHandlesRaise91) {
   const DOMNode node;
   const DOMDocument doc;
   const DOMNodeList list;
   const DOMNamedNodeMap map;
   DOMDocument live = DOMDocument::New();
-  const std::vector<std::pair<const char*, std::function<void()>>> cases = {
-      {"nodeName", [&] { node.nodeName(); }},
-      {"text", [&] { node.text(); }},
-      {"childNodes", [&] { node.childNodes(); }},
-      {"xml", [&] { node.xml(); }},
-      {"document xml", [&] { doc.xml(); }},
-      {"document preserveWhiteSpace", [&] { doc.preserveWhiteSpace(); }},
-      {"document createElement", [&] { DOMDocument(doc).createElement("a"); }},
-      {"list length", [&] { list.length(); }},
-      {"list item", [&] { list.item(0); }},
-      {"map length", [&] { map.length(); }},
-      {"map getNamedItem", [&] { map.getNamedItem("a"); }},
-      {"append absent child", [&] { live.appendChild(DOMNode()); }},
-      {"attributes of a text node", [&] { live.createTextNode("t").attributes().length(); }},
+  const std::function<void()> cases[] = {
+      [&] { node.nodeName(); },
+      [&] { node.text(); },
+      [&] { node.childNodes(); },
+      [&] { node.xml(); },
+      [&] { doc.xml(); },
+      [&] { doc.preserveWhiteSpace(); },
+      [&] { DOMDocument(doc).createElement("a"); },
+      [&] { list.length(); },
+      [&] { list.item(0); },
+      [&] { map.length(); },
+      [&] { map.getNamedItem("a"); },
+      [&] { live.appendChild(DOMNode()); },
+      [&] { live.createTextNode("t").attributes().length(); },
   };
-  for (const auto& [name, f] : cases) {
-    SCOPED_TRACE(name);
-    EXPECT_EQ(ErrorOf(f), kErrObjectNotSet);
-  }
+  for (size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(ErrorOf(cases[i]), kErrObjectNotSet) << i;
 }
 
-TEST(DomTest, SecondRootIsRefusedAndDocumentUnchanged) {
-  DOMDocument d = DOMDocument::New();
-  d.appendChild(d.createProcessingInstruction("xml", "version='1.0'"));
-  d.appendChild(d.createElement("First"));
-  const std::string before = d.xml();
-  const DOMElement second = d.createElement("Second");
-  const std::optional<Error> e = Raised([&] { d.appendChild(second); });
-  ASSERT_TRUE(e);
-  EXPECT_EQ(e->Number(), kDomErrSecondRoot);
-  EXPECT_EQ(e->Source(), kDomSource);
-  EXPECT_EQ(e->Description(), DomErrorText(kDomErrSecondRoot));
-  EXPECT_EQ(d.xml(), before);
-  EXPECT_EQ(d.childNodes().length(), 2);
-  EXPECT_TRUE(second.parentNode().IsAbsent());
-  d.documentElement().appendChild(second);  // still usable elsewhere
-  EXPECT_EQ(d.xml(), "<?xml version='1.0'?>\r\n<First><Second/></First>\r\n");
-}
-
+// A refused append raises the DOM's error and changes nothing; a refused
+// node can still go elsewhere.
 TEST(DomTest, AppendChildRefusals) {
   DOMDocument d = DOMDocument::New();
   DOMDocument other = DOMDocument::New();
+  d.appendChild(d.createProcessingInstruction("xml", "version='1.0'"));
   DOMElement root = d.appendChild(d.createElement("r"));
   DOMElement a = d.createElement("a");
   DOMElement b = a.appendChild(d.createElement("b"));
+  const DOMElement second = d.createElement("second");
   root.setAttribute("k", "v");
-  const std::vector<std::tuple<const char*, int32_t, std::function<void()>>> cases = {
-      {"text at the top", kDomErrHierarchy, [&] { d.appendChild(d.createTextNode("x")); }},
-      {"node of another document", kDomErrWrongDocument,
-       [&] { root.appendChild(other.createElement("x")); }},
-      {"node that has a parent", kDomErrHierarchy, [&] { root.appendChild(b); }},
-      {"node below its own child", kDomErrHierarchy, [&] { b.appendChild(a); }},
-      {"node below itself", kDomErrHierarchy, [&] { a.appendChild(a); }},
-      {"child of a text node", kDomErrHierarchy,
+  // the error, the detail that follows its text, the append
+  const std::vector<std::tuple<int32_t, const char*, std::function<void()>>> cases = {
+      {kDomErrSecondRoot, "", [&] { d.appendChild(second); }},
+      {kDomErrWrongDocument, "", [&] { root.appendChild(other.createElement("x")); }},
+      {kDomErrHierarchy, "text cannot be at the top of a document",
+       [&] { d.appendChild(d.createTextNode("x")); }},
+      {kDomErrHierarchy, "the node already has a parent", [&] { root.appendChild(b); }},
+      {kDomErrHierarchy, "a node cannot go below itself", [&] { b.appendChild(a); }},
+      {kDomErrHierarchy, "a node cannot go below itself", [&] { a.appendChild(a); }},
+      {kDomErrHierarchy, "this node cannot have children",
        [&] { d.createTextNode("t").appendChild(d.createElement("x")); }},
-      {"attribute as child", kDomErrHierarchy,
+      {kDomErrHierarchy, "attributes are not children",
        [&] { a.appendChild(root.attributes().getNamedItem("k")); }},
-      {"declaration after content", kDomErrHierarchy,
+      {kDomErrHierarchy, "the XML declaration must come first",
        [&] { d.appendChild(d.createProcessingInstruction("xml", "version='1.0'")); }},
-      {"declaration in an element", kDomErrHierarchy,
+      {kDomErrHierarchy, "the XML declaration must come first",
        [&] { a.appendChild(d.createProcessingInstruction("xml", "version='1.0'")); }},
-      {"document as child", kDomErrHierarchy, [&] { a.appendChild(d.AsNode()); }},
+      {kDomErrHierarchy, "a document cannot be a child", [&] { a.appendChild(d.AsNode()); }},
   };
-  for (const auto& [name, number, f] : cases) {
-    SCOPED_TRACE(name);
-    EXPECT_EQ(ErrorOf(f), number);
+  for (const auto& [number, detail, f] : cases) {
+    const std::string text =
+        std::to_string(number) + " " + kDomSource + ": " + DomErrorText(number);
+    EXPECT_EQ(Raised(f), *detail ? text + ": " + detail : text);
   }
-  EXPECT_EQ(d.xml(), "<r k=\"v\"/>\r\n");
+  EXPECT_EQ(d.xml(), "<?xml version='1.0'?>\r\n<r k=\"v\"/>\r\n");
+  EXPECT_EQ(d.childNodes().length(), 2);
+  EXPECT_TRUE(second.parentNode().IsAbsent());
+  root.appendChild(second);
+  EXPECT_EQ(d.xml(), "<?xml version='1.0'?>\r\n<r k=\"v\"><second/></r>\r\n");
 }
 
-TEST(DomTest, DetachedNodesNeverShow) {
+// A new document has its defaults, and nodes it made show only once they
+// are appended.
+TEST(DomTest, NewDocumentShowsOnlyAppendedNodes) {
   DOMDocument d = DOMDocument::New();
+  EXPECT_TRUE(d.async() && d.validateOnParse() && d.resolveExternals());
+  EXPECT_FALSE(d.preserveWhiteSpace());
+  EXPECT_EQ(std::tuple(d.parseError().errorCode, d.parseError().line), std::tuple(0, 0));
+  ExpectEmpty(d);
   DOMElement loose = d.createElement("loose");
   loose.text("hidden");
   d.createComment("c");
@@ -147,44 +130,27 @@ TEST(DomTest, NamesTypesAndValues) {
       "<?xml version='1.0'?><!--note--><ns:Curve ns:id='7' plain='p'>t<![CDATA[c]]><?pi data?>"
       "</ns:Curve>");
   DOMElement curve = d.documentElement();
-  // what, node, type, name, base name, value
-  const std::tuple<const char*, DOMNode, DOMNodeType, const char*, const char*, Variant> cases[] = {
-      {"document", d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
-      {"declaration", d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml",
-       "version=\"1.0\""},
-      {"comment", d.childNodes().item(1), DOMNodeType::Comment, "#comment", "", "note"},
-      {"element", curve, DOMNodeType::Element, "ns:Curve", "Curve", kNull},
-      {"prefixed attribute", curve.attributes().item(0), DOMNodeType::Attribute, "ns:id", "id",
-       "7"},
-      {"attribute", curve.attributes().getNamedItem("plain"), DOMNodeType::Attribute, "plain",
-       "plain", "p"},
-      {"text", curve.firstChild(), DOMNodeType::Text, "#text", "", "t"},
-      {"cdata", curve.childNodes().item(1), DOMNodeType::CData, "#cdata-section", "", "c"},
-      {"pi", curve.childNodes().item(2), DOMNodeType::ProcessingInstruction, "pi", "pi", "data"},
-      {"created pi", d.createProcessingInstruction("xml", "version='1.0'"),
-       DOMNodeType::ProcessingInstruction, "xml", "xml", "version='1.0'"},
+  // node, type, name, base name, value
+  const std::tuple<DOMNode, DOMNodeType, const char*, const char*, Variant> cases[] = {
+      {d.AsNode(), DOMNodeType::Document, "#document", "", kNull},
+      {d.childNodes().item(0), DOMNodeType::ProcessingInstruction, "xml", "xml", "version=\"1.0\""},
+      {d.childNodes().item(1), DOMNodeType::Comment, "#comment", "", "note"},
+      {curve, DOMNodeType::Element, "ns:Curve", "Curve", kNull},
+      {curve.attributes().item(0), DOMNodeType::Attribute, "ns:id", "id", "7"},
+      {curve.attributes().getNamedItem("plain"), DOMNodeType::Attribute, "plain", "plain", "p"},
+      {curve.firstChild(), DOMNodeType::Text, "#text", "", "t"},
+      {curve.childNodes().item(1), DOMNodeType::CData, "#cdata-section", "", "c"},
+      {curve.childNodes().item(2), DOMNodeType::ProcessingInstruction, "pi", "pi", "data"},
+      {d.createProcessingInstruction("xml", "version='1.0'"), DOMNodeType::ProcessingInstruction,
+       "xml", "xml", "version='1.0'"},
   };
-  for (const auto& [what, node, type, name, base, value] : cases) {
-    SCOPED_TRACE(what);
+  for (const auto& [node, type, name, base, value] : cases) {
+    SCOPED_TRACE(name);
     ASSERT_FALSE(node.IsAbsent());
     EXPECT_EQ(node.nodeType(), type);
     EXPECT_EQ(node.nodeName(), name);
     EXPECT_EQ(node.baseName(), base);
     EXPECT_EQ(node.nodeValue(), value);
-  }
-}
-
-TEST(DomTest, TextResolvesReferencesAndConcatenates) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"<a>&amp;&#233;</a>", "&\xC3\xA9"},
-      {"<a>&lt;&gt;&quot;&apos;&#x1F600;</a>", "<>\"'\xF0\x9F\x98\x80"},
-      {"<a>x<b>y<!--no--></b><![CDATA[<z>]]>w</a>", "xy<z>w"},
-      {"<a><b/></a>", ""},
-      {"<a>a&#13;b&#10;\tc&#x0D;</a>", "a\rb\n\tc\r"},
-  };
-  for (const auto& [text, expected] : cases) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(Parsed(text).documentElement().text(), expected);
   }
 }
 
@@ -203,20 +169,35 @@ TEST(DomTest, TextSetReplacesChildrenAndOldHandlesStayValid) {
   EXPECT_EQ(a.xml(), "<a/>");
 }
 
-TEST(DomTest, WhitespaceOnlyTextNodes) {
-  // text, as written without and with preserveWhiteSpace
+// Text that is blank, also once its references are resolved, is dropped
+// unless white space is preserved; references in comments, CDATA sections
+// and instructions are never resolved.
+TEST(DomTest, BlankTextNodesAreDroppedUnlessPreserved) {
+  // text, as written without and with preserveWhiteSpace ("": the same)
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"<Name>   </Name>", "<Name/>\r\n", "<Name>   </Name>\r\n"},
       {"<a>\r\n<b/>\t\n</a>", "<a><b/></a>\r\n", "<a>\n<b/>\t\n</a>\r\n"},
-      {"<a>&#13;</a>", "<a/>\r\n", "<a>&#13;</a>\r\n"},
-      {"<a> x </a>", "<a> x </a>\r\n", "<a> x </a>\r\n"},
-      {"<a><![CDATA[ ]]></a>", "<a><![CDATA[ ]]></a>\r\n", "<a><![CDATA[ ]]></a>\r\n"},
-      {" \r\n<a/>\r\n ", "<a/>\r\n", "<a/>\r\n"},
+      {"<a> x </a>", "<a> x </a>\r\n", ""},
+      {"<a><![CDATA[ ]]></a>", "<a><![CDATA[ ]]></a>\r\n", ""},
+      {" \r\n<a/>\r\n ", "<a/>\r\n", ""},
+      {"<r><a>&#13;</a><b> &#x20;&#9; </b><c>x&#13;</c></r>", "<r><a/><b/><c>x&#13;</c></r>\r\n",
+       "<r><a>&#13;</a><b>  \t </b><c>x&#13;</c></r>\r\n"},
+      {"<r a='&#13;'>&#10;</r>", "<r a=\"&#13;\"/>\r\n", "<r a=\"&#13;\">\n</r>\r\n"},
+      {"<r>&#13;<a/>&#32;</r>", "<r><a/></r>\r\n", "<r>&#13;<a/> </r>\r\n"},
+      {"<r>x&#13;<a>&#13;&#10;</a></r>", "<r>x&#13;<a/></r>\r\n",
+       "<r>x&#13;<a>&#13;\n</a></r>\r\n"},
+      {"<r a='>&#13;'><b>&#13;y</b></r>", "<r a=\">&#13;\"><b>&#13;y</b></r>\r\n", ""},
+      {"<r><!--&#13;--><a>t</a></r>", "<r><!--&#13;--><a>t</a></r>\r\n", ""},
+      {"<r><![CDATA[&#13;]]></r>", "<r><![CDATA[&#13;]]></r>\r\n", ""},
+      {"<r><!-- &#1; --></r>", "<r><!-- &#1; --></r>\r\n", ""},
+      {"<r><![CDATA[&#1;]]></r>", "<r><![CDATA[&#1;]]></r>\r\n", ""},
+      {"<?pi &#1;?><r/>", "<?pi &#1;?>\r\n<r/>\r\n", ""},
+      {"<r a='&#9;'>&#13;&#x10FFFF;</r>", "<r a=\"&#9;\">&#13;\xF4\x8F\xBF\xBF</r>\r\n", ""},
   };
   for (const auto& [text, dropped, kept] : cases) {
     SCOPED_TRACE(text);
     EXPECT_EQ(Parsed(text).xml(), dropped);
-    EXPECT_EQ(Parsed(text, true).xml(), kept);
+    EXPECT_EQ(Parsed(text, true).xml(), *kept ? kept : dropped);
   }
 }
 
@@ -263,35 +244,28 @@ TEST(DomTest, ForbiddenTextRaisesAndChangesNothing) {
     EXPECT_EQ(ErrorOf([&] { root.setAttribute("n", text); }), kDomErrInvalidChar);
   }
   // Text that would end its comment or instruction early, and so inject
-  // markup into the written document, raises 1007.
+  // markup into the written document, raises 1007; so does a declaration
+  // with a bad version or an unknown value.
   DOMNode comment = root.appendChild(d.createComment("c"));
   DOMNode pi = root.appendChild(d.createProcessingInstruction("pi", "p"));
-  const std::pair<const char*, std::function<void()>> markup[] = {
-      {"\"-->\" in a comment", [&] { d.createComment("--><Injected admin=\"1\"/><!--"); }},
-      {"\"--\" in a comment", [&] { d.createComment("a--b"); }},
-      {"a comment ending in '-'", [&] { d.createComment("a-"); }},
-      {"\"-->\" set as a comment's text", [&] { comment.text("-->"); }},
-      {"\"?>\" in instruction data", [&] { d.createProcessingInstruction("pi", "?><x/>"); }},
-      {"\"?>\" set as an instruction's text", [&] { pi.text("a?>"); }},
-      {"a declaration with a bad version",
-       [&] { d.createProcessingInstruction("xml", "version='x'"); }},
-      {"a declaration with an unknown value",
-       [&] { d.createProcessingInstruction("xml", "version='1.0' admin='1'"); }},
+  const std::function<void()> markup[] = {
+      [&] { d.createComment("--><Injected admin=\"1\"/><!--"); },
+      [&] { d.createComment("a--b"); },
+      [&] { d.createComment("a-"); },
+      [&] { comment.text("-->"); },
+      [&] { d.createProcessingInstruction("pi", "?><x/>"); },
+      [&] { pi.text("a?>"); },
+      [&] { d.createProcessingInstruction("xml", "version='x'"); },
+      [&] { d.createProcessingInstruction("xml", "version='1.0' admin='1'"); },
   };
-  for (const auto& [what, f] : markup) {
-    SCOPED_TRACE(what);
-    EXPECT_EQ(ErrorOf(f), kDomErrMarkup);
-  }
+  for (size_t i = 0; i < std::size(markup); ++i) EXPECT_EQ(ErrorOf(markup[i]), kDomErrMarkup) << i;
   EXPECT_EQ(d.xml(), "<r k=\"keep\">keep<!--c--><?pi p?></r>\r\n");
   EXPECT_NO_THROW(d.createComment("-a - b"));
   EXPECT_NO_THROW(
       d.createProcessingInstruction("xml", " version=\"1.10\" encoding='koi8-r' standalone='no'"));
   // Allowed limits pass.
   EXPECT_NO_THROW(root.text("\t\xEF\xBF\xBD\xF4\x8F\xBF\xBF\xEE\x80\x80\xED\x9F\xBF"));
-  EXPECT_NE(Raised([&] { d.createTextNode("a\xFF"); })
-                .value()
-                .Description()
-                .find("0xFF at byte offset 1"),
+  EXPECT_NE(Raised([&] { d.createTextNode("a\xFF"); }).find("0xFF at byte offset 1"),
             std::string::npos);
 }
 
@@ -310,29 +284,6 @@ TEST(DomTest, NamesAreChecked) {
     EXPECT_EQ(ErrorOf([&] { e.setAttribute(good, "v"); }), 0);
   }
   EXPECT_EQ(ErrorOf([&] { d.createProcessingInstruction("XML", "v"); }), kDomErrInvalidName);
-}
-
-TEST(DomTest, ParseErrorsAreLocatedAndLeaveTheDocumentEmpty) {
-  const std::tuple<std::string, int64_t, int64_t, int64_t> cases[] = {
-      // line, column, offset
-      {"<a/>\n<b/>", 2, 1, 5},
-      {"<a>\r\n  <b></c></a>", 2, 8, 12},
-      {"<a/>\r\n\r\nx", 1, 5, 4},
-      {" <?xml version='1.0'?><a/>", 1, 2, 1},
-      {"<?xml version='1.0'?>", 1, 22, 21},
-      {"", 1, 1, 0},
-      {std::string("<a>\0</a>", 8), 1, 4, 3},
-  };
-  for (const auto& [text, line, linepos, filepos] : cases) {
-    SCOPED_TRACE(text);
-    DOMDocument d = Parsed("<old/>");
-    EXPECT_FALSE(d.loadXML(text));
-    const DOMParseError& e = d.parseError();
-    EXPECT_EQ(e.errorCode, kDomErrParse);
-    EXPECT_FALSE(e.reason.empty());
-    EXPECT_EQ(std::tuple(e.line, e.linepos, e.filepos), std::tuple(line, linepos, filepos));
-    ExpectEmpty(d);
-  }
 }
 
 // A file that cannot be read gives its number at once: a pipe without a
@@ -358,23 +309,6 @@ TEST(DomTest, UnreadableFileReportsItsNumber) {
     EXPECT_EQ(d.parseError().line, 0);
     ExpectEmpty(d);
   }
-}
-
-TEST(DomTest, NodeHandlesKeepTheirTreeAlive) {
-  DOMElement kept;
-  DOMNode old_root;
-  {
-    DOMDocument d = Parsed("<a><b>x</b></a>");
-    kept = d.documentElement().firstChild();
-    old_root = d.documentElement();
-    ASSERT_TRUE(d.loadXML("<new/>"));  // the old tree stays for the handles
-    EXPECT_EQ(d.xml(), "<new/>\r\n");
-    EXPECT_EQ(ErrorOf([&] { d.documentElement().appendChild(old_root); }), kDomErrWrongDocument);
-  }
-  EXPECT_EQ(kept.xml(), "<b>x</b>");
-  EXPECT_EQ(kept.parentNode(), old_root);
-  kept.text("y");
-  EXPECT_EQ(old_root.text(), "y");
 }
 
 TEST(DomTest, AttributeList) {
@@ -414,19 +348,13 @@ TEST(DomTest, ChildItemsMatchInAnyOrder) {
       expected[p].push_back(parent.appendChild(d.createElement("c" + std::to_string(c))));
     }
   }
-  const std::vector<int> orders[] = {
-      {0, 1, 2, 3, 29, 28, 27, 10, 11, 12, 0, 15, 14, 29, 30, -1, 5},
-      {29, 0, 29, 1, 28, 2, 27, 3, 100, 4},
-  };
-  for (const std::vector<int>& order : orders) {
-    for (int i : order) {
-      for (int p = 0; p < 20; ++p) {
-        SCOPED_TRACE(::testing::Message() << "parent " << p << " index " << i);
-        const DOMNodeList list = root.childNodes().item(p).childNodes();
-        const bool inside = i >= 0 && i < 30;
-        EXPECT_EQ(list.item(i), inside ? expected[p][i] : DOMNode());
-        EXPECT_EQ(list.length(), 30);
-      }
+  for (int i : {0,  1,  2, 3,  29, 28, 27, 10, 11, 12, 0, 15,  14, 29,
+                30, -1, 5, 29, 0,  29, 1,  28, 2,  27, 3, 100, 4}) {
+    for (int p = 0; p < 20; ++p) {
+      SCOPED_TRACE(::testing::Message() << "parent " << p << " index " << i);
+      const DOMNodeList list = root.childNodes().item(p).childNodes();
+      EXPECT_EQ(list.item(i), i >= 0 && i < 30 ? expected[p][i] : DOMNode());
+      EXPECT_EQ(list.length(), 30);
     }
   }
   // A change during a walk shows at once.
