@@ -91,6 +91,7 @@ TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
 // A new document holds the declaration, the comment and the element, whose
 // CR LF text nodes the file drops; a document that has no root gets only the
 // element; below a node, the element comes between two CR LF text nodes.
+// NewXMLDocument makes a new document of the declaration and the comment.
 TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileTheFileDropsThem) {
   TempDir dir;
   Probe probe;
@@ -116,6 +117,15 @@ TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileTheFileDropsThem) {
   DOMElement parent = doc.createElement("Parent");
   ExpectStatus(probe.ExportXMLNode(doc, parent), {0});
   EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
+
+  const DOMDocument kept = doc;
+  NewXMLDocument(doc);
+  EXPECT_NE(doc, kept) << "a new document replaces the old one";
+  EXPECT_FALSE(doc.async());
+  EXPECT_FALSE(doc.validateOnParse());
+  EXPECT_FALSE(doc.resolveExternals());
+  EXPECT_TRUE(doc.preserveWhiteSpace());
+  EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
 }
 
 TEST(ExportFrameTest, TwoExportsToOneOpenFileWriteTwoDocuments) {
@@ -170,7 +180,7 @@ TEST(ExportFrameTest, ResetCollectionResetsEachRecordAndMakesANewList) {
   EXPECT_EQ(first->resets + second->resets, 2);
 }
 
-TEST(PropertyElementTest, CreatePropertyElementForms) {
+TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
   DOMDocument doc = DOMDocument::New();
   const std::tuple<const char*, bool, Variant, std::string> rows[] = {
       // name, Null, value
@@ -193,24 +203,23 @@ TEST(PropertyElementTest, CreatePropertyElementForms) {
   DOMElement element;
   EXPECT_EQ(ErrorOf([&] { CreatePropertyElement(doc, "N", false, Variant(kNull), element); }),
             kErrInvalidUseOfNull);
-}
-
-TEST(PropertyElementTest, AppendChildNode) {
-  DOMDocument doc = DOMDocument::New();
-  DOMElement none;
-  DOMElement root = doc.createElement("Root");
-  DOMElement keep = root;
+  // Without a parent the child becomes the document's root; either way the
+  // caller's reference is released.
+  DOMElement none, root = doc.createElement("Root"), child = doc.createElement("Child");
+  const DOMElement kept = root;
   AppendChildNode(doc, none, root);
-  EXPECT_FALSE(root) << "the caller's reference is released";
+  EXPECT_FALSE(root);
   EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
-  DOMElement child = doc.createElement("Child");
-  AppendChildNode(doc, keep, child);
-  EXPECT_EQ(Shape(keep), (std::vector<std::string>{"CRLF", "Child"}));
-  AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), keep);
-  EXPECT_EQ(keep.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
+  DOMElement parent = kept;
+  AppendChildNode(doc, parent, child);
+  EXPECT_FALSE(child);
+  AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), parent);
+  EXPECT_EQ(parent.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
 }
 
-TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
+// The null flag needs exactly the text "true"; an id is read when it is a
+// number, rounded half to even.
+TEST(PropertyElementTest, ReadsTheNullFlagAndTheID) {
   for (const char* xml : {"<P null=\"true\"/>", "<P a=\"1\" null=\"true\">x</P>"}) {
     EXPECT_TRUE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
   }
@@ -221,9 +230,6 @@ TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
   DOMDocument doc = testing::Parse("<P>text</P>");
   EXPECT_EQ(ErrorOf([&] { IsNullNode(doc.documentElement().firstChild()); }), kErrObjectNotSet);
   EXPECT_EQ(ErrorOf([] { IsNullNode(DOMNode()); }), kErrObjectNotSet);
-}
-
-TEST(PropertyElementTest, ReadNodeID) {
   const std::tuple<const char*, int32_t, int32_t> rows[] = {
       // the id read into 99, the error
       {"<R id=\"12\"/>", 12, 0},    {"<R id=\"12.5\"/>", 12, 0},
@@ -235,24 +241,10 @@ TEST(PropertyElementTest, ReadNodeID) {
   };
   for (const auto& [xml, expected, error] : rows) {
     SCOPED_TRACE(xml);
-    DOMDocument doc = testing::Parse(xml);
     int32_t id = 99;
-    EXPECT_EQ(ErrorOf([&] { ReadNodeID(doc.documentElement(), id); }), error);
+    EXPECT_EQ(ErrorOf([&] { ReadNodeID(testing::Parse(xml).documentElement(), id); }), error);
     EXPECT_EQ(id, expected);
   }
-}
-
-TEST(NewXMLDocumentTest, SettingsAndPreamble) {
-  DOMDocument doc = DOMDocument::New();
-  DOMDocument kept = doc;
-  NewXMLDocument(doc);
-  EXPECT_NE(doc, kept) << "a new document replaces the old one";
-  EXPECT_FALSE(doc.async());
-  EXPECT_FALSE(doc.validateOnParse());
-  EXPECT_FALSE(doc.resolveExternals());
-  EXPECT_TRUE(doc.preserveWhiteSpace());
-  EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
-  EXPECT_FALSE(doc.documentElement());
 }
 
 }  // namespace
