@@ -89,10 +89,11 @@ TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
 }
 
 // A new document holds the declaration, the comment and the element, whose
-// CR LF text nodes the file drops; a document that has no root gets only the
+// CR LF text nodes a file drops, and two exports through one number write
+// two documents in a row; a document that has no root gets only the
 // element; below a node, the element comes between two CR LF text nodes.
 // NewXMLDocument makes a new document of the declaration and the comment.
-TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileTheFileDropsThem) {
+TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileFilesDropThem) {
   TempDir dir;
   Probe probe;
   probe.ID(3);
@@ -110,6 +111,18 @@ TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileTheFileDropsThem) {
   EXPECT_EQ(testing::WithoutCreationDate(ReadFile(dir / "p.xml")),
             "<?xml version=\"1.0\"?>\r\n<!--document created DATE-->\r\n"
             "<Probe id=\"3\"><Name/></Probe>\r\n");
+  // Two exports through one number write two documents, one after the other.
+  const int16_t n = FreeFile();
+  OpenFile(n, dir / "two.xml");
+  ExpectStatus(probe.ExportXMLFileHandle(n), {0});
+  const int64_t after_first = FileLength(n);
+  probe.name = "second";
+  ExpectStatus(probe.ExportXMLFileHandle(n), {0});
+  FileClose(n);
+  const std::string two = ReadFile(dir / "two.xml");
+  EXPECT_EQ(two.find("<?xml"), 0u);
+  EXPECT_EQ(two.find("<?xml", 1), static_cast<size_t>(after_first));
+  EXPECT_NE(two.find("<Name>second</Name>", after_first), std::string::npos);
 
   doc = DOMDocument::New();
   ExpectStatus(probe.ExportXMLDocument(doc), {0});
@@ -126,24 +139,6 @@ TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileTheFileDropsThem) {
   EXPECT_FALSE(doc.resolveExternals());
   EXPECT_TRUE(doc.preserveWhiteSpace());
   EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
-}
-
-TEST(ExportFrameTest, TwoExportsToOneOpenFileWriteTwoDocuments) {
-  TempDir dir;
-  const std::string path = dir / "two.xml";
-  const int16_t n = FreeFile();
-  OpenFile(n, path);
-  Probe first, second;
-  second.name = "second";
-  ExpectStatus(first.ExportXMLFileHandle(n), {0});
-  const int64_t after_first = FileLength(n);
-  ExpectStatus(second.ExportXMLFileHandle(n), {0});
-  EXPECT_GT(FileLength(n), after_first);
-  FileClose(n);
-  const std::string text = ReadFile(path);
-  EXPECT_EQ(text.find("<?xml"), 0u);
-  EXPECT_EQ(text.find("<?xml", 1), static_cast<size_t>(after_first));
-  EXPECT_NE(text.find("<Name>second</Name>"), std::string::npos);
 }
 
 TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
