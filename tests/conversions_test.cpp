@@ -186,7 +186,6 @@ std::string Conversions(const Variant& value) {
          std::to_string(IsNullValue(value));
 }
 
-// Each Variant kind through every conversion, in the C locale.
 TEST(ConversionsVariant, EachKindConvertsOrRaises) {
   LocaleGuard locale("C");
   const std::pair<Variant, const char*> cases[] = {

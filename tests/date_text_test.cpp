@@ -160,8 +160,6 @@ TEST(ConversionsDate, ReadsTheLocaleFormIsoAndTimes) {
   }
 }
 
-// Every date between the years 100 and 9999 reads back from its text to the
-// second, in every locale.
 TEST(ConversionsDate, RandomDatesReadBackInEveryLocale) {
   for (const char* name : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
     LocaleGuard locale(name);

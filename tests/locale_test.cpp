@@ -89,8 +89,6 @@ TEST(LocaleSwitch, EmptyNameRereadsTheEnvironment) {
   previous ? setenv("LC_ALL", previous->c_str(), 1) : unsetenv("LC_ALL");
 }
 
-// Conversions on other threads see one locale or the other, never a mix,
-// while the locale switches back and forth.
 TEST(LocaleSwitch, ConcurrentReadersSeeWholeSettings) {
   LocaleGuard locale("C");
   std::atomic<bool> stop{false};

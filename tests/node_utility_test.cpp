@@ -30,7 +30,6 @@ void ExpectStatus(const StatusPtr& status, const Expected& e) {
   EXPECT_TRUE(e.source.empty() || status->Source() == e.source) << status->Source();
 }
 
-// Every failing case of the four export frames, as one table run in order.
 TEST(ExportFrameTest, FailureTable) {
   TempDir dir;
   Probe probe, failing, no_document;
