@@ -140,14 +140,17 @@ TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileFilesDropThem) {
   EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
 }
 
-TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
-  Collection<Probe> list;
-  for (int i = 1; i <= 3; ++i) list.Add(std::make_shared<Probe>(), std::to_string(i));
-  list.Item(2)->fail_number = 999;
+// ExportCollectionNodes stops at the first record that fails and raises its
+// error; ResetCollection resets each record, empties the old list and puts a
+// new one in its place, or makes one where there is none.
+TEST(ExportFrameTest, CollectionsExportUntilAFailureAndReset) {
+  auto list = std::make_shared<Collection<Probe>>();
+  for (int i = 1; i <= 3; ++i) list->Add(std::make_shared<Probe>(), std::to_string(i));
+  list->Item(2)->fail_number = 999;
   DOMDocument doc = DOMDocument::New();
   DOMElement parent = doc.createElement("Parent");
   try {
-    ExportCollectionNodes(doc, parent, &list);
+    ExportCollectionNodes(doc, parent, list.get());
     FAIL() << "the failure was not raised";
   } catch (const Error& e) {
     EXPECT_EQ(e.Number(), 999);
@@ -155,23 +158,18 @@ TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
   }
   EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
   ExportCollectionNodes(doc, parent, nullptr);  // an absent list does nothing
-}
-
-TEST(ExportFrameTest, ResetCollectionResetsEachRecordAndMakesANewList) {
-  CollectionPtr<Probe> absent;
-  ResetCollection(absent);
-  ASSERT_TRUE(absent);
-  EXPECT_EQ(absent->Count(), 0);
-  auto list = std::make_shared<Collection<Probe>>();
-  const auto first = std::make_shared<Probe>(), second = std::make_shared<Probe>();
-  list->Add(first, "1");
-  list->Add(second, "2");
+  std::vector<std::shared_ptr<Probe>> records;
+  for (const auto& record : *list) records.push_back(record);
   const CollectionPtr<Probe> old = list;
   ResetCollection(list);
   EXPECT_NE(list, old);
   EXPECT_EQ(list->Count(), 0);
   EXPECT_EQ(old->Count(), 0);
-  EXPECT_EQ(first->resets + second->resets, 2);
+  for (const auto& record : records) EXPECT_EQ(record->resets, 1);
+  CollectionPtr<Probe> absent;
+  ResetCollection(absent);
+  ASSERT_TRUE(absent);
+  EXPECT_EQ(absent->Count(), 0);
 }
 
 TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
