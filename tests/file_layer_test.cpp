@@ -12,11 +12,10 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "test_util.hpp"
@@ -26,21 +25,10 @@ namespace tympora {
 namespace {
 
 namespace fs = std::filesystem;
-using Call = std::function<void()>;
-
-std::optional<Error> Raised(const Call& call) {
-  try {
-    call();
-  } catch (const Error& e) {
-    return e;
-  }
-  return std::nullopt;
-}
-
-int32_t NumberRaised(const Call& call) {
-  std::optional<Error> e = Raised(call);
-  return e ? e->Number() : 0;
-}
+using enum FileOpenMode;
+using testing::ErrorOf;
+using testing::ReadFile;
+using testing::WriteFile;
 
 // Runs `child` in a forked process and returns its exit code.
 int RunInChild(const std::function<int()>& child) {
@@ -63,30 +51,17 @@ int TakeLock(const std::string& path) {
 // Each test works in a fresh temporary folder and leaves no file open.
 class FileLayerTest : public ::testing::Test {
  protected:
-  FileLayerTest() {
-    static std::atomic<int> counter{0};
-    root_ = fs::temp_directory_path() /
-            ("tympora_file_layer_" + std::to_string(::getpid()) + "_" + std::to_string(counter++));
-    fs::create_directories(root_);
-  }
   ~FileLayerTest() override {
     FileCloseAll();
     std::error_code ec;
-    fs::permissions(root_ / "ro", fs::perms::owner_all, ec);
-    fs::remove_all(root_, ec);
+    fs::permissions(dir_.path() / "ro", fs::perms::owner_all, ec);
   }
-  std::string In(const std::string& name) const { return (root_ / name).string(); }
+  std::string In(const std::string& name) const { return dir_ / name; }
 
-  fs::path root_;
+  testing::TempDir dir_;
 };
 
-using FileLayerNumbers = FileLayerTest;
-using FileLayerErrors = FileLayerTest;
-using FileLayerWrite = FileLayerTest;
-using FileLayerLock = FileLayerTest;
-using FileLayerThreads = FileLayerTest;
-
-TEST_F(FileLayerNumbers, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
+TEST_F(FileLayerTest, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
   rlimit limit{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
   const rlimit saved = limit;
@@ -101,63 +76,51 @@ TEST_F(FileLayerNumbers, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
     OpenFile(n, name(n));
     FileWrite(n, std::to_string(n) + ";");
   }
-  EXPECT_EQ(NumberRaised([] { FreeFile(); }), kErrTooManyFiles);
+  EXPECT_EQ(ErrorOf([] { FreeFile(); }), kErrTooManyFiles);
   FileClose(200);
   EXPECT_EQ(FreeFile(), 200);
-  OpenFile(200, name(200), FileOpenMode::Append);
+  OpenFile(200, name(200), Append);
   FileWrite(200, "again");
   for (int16_t n = 1; n <= kMaxFileNumber; ++n) FileClose(n);
   EXPECT_EQ(FreeFile(), 1);
   for (int n = 1; n <= kMaxFileNumber; ++n) {
-    EXPECT_EQ(testing::ReadFile(name(n)), std::to_string(n) + (n == 200 ? ";again" : ";")) << n;
+    EXPECT_EQ(ReadFile(name(n)), std::to_string(n) + (n == 200 ? ";again" : ";")) << n;
   }
   ::setrlimit(RLIMIT_NOFILE, &saved);
 }
 
-TEST_F(FileLayerNumbers, NumbersNamingNoOpenFileRaise52) {
-  struct Row {
-    const char* name;
-    int16_t number;
-  };
-  for (Row row : {Row{"0", 0}, Row{"512", 512}, Row{"-1", -1}, Row{"-32768", INT16_MIN},
-                  Row{"never opened", 511}, Row{"closed", 9}}) {
-    SCOPED_TRACE(row.name);
-    const std::string path = In(row.name);
-    const bool in_range = row.number >= 1 && row.number <= kMaxFileNumber;
-    if (row.number == 9) {
-      OpenFile(9, path);
-      FileClose(9);
+// Out of range, never opened, or closed: every call on the number raises 52.
+TEST_F(FileLayerTest, NumbersNamingNoOpenFileRaise52) {
+  OpenFile(9, In("closed"));
+  FileClose(9);
+  for (const int16_t number : std::initializer_list<int16_t>{0, 512, -1, INT16_MIN, 511, 9}) {
+    SCOPED_TRACE(number);
+    EXPECT_EQ(ErrorOf([&] { FileLength(number); }), kErrBadFileNumber);
+    EXPECT_EQ(ErrorOf([&] { FileWrite(number, "x"); }), kErrBadFileNumber);
+    EXPECT_EQ(ErrorOf([&] { FileFlush(number); }), kErrBadFileNumber);
+    EXPECT_EQ(ErrorOf([&] { FileClose(number); }), kErrBadFileNumber);
+    if (number < 1 || number > kMaxFileNumber) {
+      EXPECT_EQ(ErrorOf([&] { OpenFile(number, In("out")); }), kErrBadFileNumber);
     }
-    EXPECT_EQ(NumberRaised([&] { FileLength(row.number); }), kErrBadFileNumber);
-    EXPECT_EQ(NumberRaised([&] { FileWrite(row.number, "x"); }), kErrBadFileNumber);
-    EXPECT_EQ(NumberRaised([&] { FileClose(row.number); }), kErrBadFileNumber);
-    if (!in_range) {
-      EXPECT_EQ(NumberRaised([&] { OpenFile(row.number, path); }), kErrBadFileNumber);
-    }
-    EXPECT_EQ(fs::exists(path), row.number == 9);
   }
+  EXPECT_FALSE(fs::exists(In("out")));
 }
 
 // A second open of a number or of a file is refused and leaves the first usable.
-TEST_F(FileLayerErrors, AlreadyOpenTable) {
+TEST_F(FileLayerTest, AlreadyOpenTable) {
   const std::string first = In("first");
   OpenFile(1, first);
   FileWrite(1, "one");
   fs::create_hard_link(first, In("hard"));
   fs::create_symlink(first, In("soft"));
   fs::create_directory(In("sub"));
-  struct Row {
-    int16_t number;
-    std::string path;
-    FileOpenMode mode;
+  const std::tuple<int16_t, std::string, FileOpenMode> rows[] = {
+      {1, In("other"), Binary}, {2, first, Binary},      {3, first, Append},
+      {4, In("hard"), Binary},  {5, In("soft"), Binary}, {6, In("sub/../first"), Binary},
   };
-  for (const Row& row :
-       {Row{1, In("other"), FileOpenMode::Binary}, Row{2, first, FileOpenMode::Binary},
-        Row{3, first, FileOpenMode::Append}, Row{4, In("hard"), FileOpenMode::Binary},
-        Row{5, In("soft"), FileOpenMode::Binary},
-        Row{6, In("sub/../first"), FileOpenMode::Binary}}) {
-    SCOPED_TRACE(row.path);
-    EXPECT_EQ(NumberRaised([&] { OpenFile(row.number, row.path, row.mode); }), 55);
+  for (const auto& [number, path, mode] : rows) {
+    SCOPED_TRACE(path);
+    EXPECT_EQ(ErrorOf([&] { OpenFile(number, path, mode); }), kErrFileAlreadyOpen);
     EXPECT_EQ(FreeFile(), 2);  // the refused number was not kept
   }
   EXPECT_FALSE(fs::exists(In("other")));
@@ -165,166 +128,130 @@ TEST_F(FileLayerErrors, AlreadyOpenTable) {
   EXPECT_EQ(RunInChild([&] { return TakeLock(first); }), 70);
   FileWrite(1, "two");
   FileClose(1);
-  EXPECT_EQ(testing::ReadFile(first), "onetwo");
-  OpenFile(2, first, FileOpenMode::Append);  // open again once closed
+  EXPECT_EQ(ReadFile(first), "onetwo");
+  OpenFile(2, first, Append);  // open again once closed
 }
 
-// Failing opens and deletes: the error, its text, and what they must leave alone.
-TEST_F(FileLayerErrors, Table) {
-  auto open_as = [](FileOpenMode mode) {
-    return [mode](const std::string& path) { OpenFile(1, path, mode); };
+// Failing opens and deletes, in order: the error, its text, a failed open's
+// number left free, and what they must leave alone.
+TEST_F(FileLayerTest, FailingOpensAndDeletes) {
+  WriteFile(In("plain"), "");
+  WriteFile(In("old"), "keep");
+  WriteFile(In("target"), "keep");
+  fs::create_symlink(In("target"), In("link"));
+  fs::create_symlink(In("nowhere"), In("dangling"));
+  fs::create_directory(In("sub"));
+  ASSERT_EQ(::mkfifo(In("fifo").c_str(), 0600), 0);
+  fs::create_directory(In("ro"));
+  WriteFile(In("ro/kept"), "keep");
+  fs::permissions(In("ro"), fs::perms::owner_read | fs::perms::owner_exec);
+  const std::string too_long(300, 'n');
+  // 'o' opens, 'c' creates new, 'd' deletes the name in the folder.
+  const std::tuple<char, std::string, int32_t> rows[] = {
+      {'o', "missing/a", 76}, {'c', "missing/a", 76}, {'o', "plain/a", 76}, {'o', "sub", 75},
+      {'o', "fifo", 75},      {'c', "old", 58},       {'c', "link", 75},    {'c', "dangling", 75},
+      {'o', "", 52},          {'o', too_long, 52},    {'o', "ro/a", 70},    {'d', "missing", 53},
+      {'d', "sub", 75},       {'d', "plain/a", 76},   {'d', "", 52},        {'d', "ro/kept", 70},
+      {'d', "link", 0},       {'d', "plain", 0},
   };
-  const auto binary = open_as(FileOpenMode::Binary), create = open_as(FileOpenMode::CreateNew);
-  const auto remove = [](const std::string& path) { FileDelete(path); };
-  const auto none = [] {};
-  struct Row {
-    const char* name;
-    Call setup;
-    std::string path;
-    std::function<void(const std::string&)> call;
-    int32_t expected;
-    Call check;
-  };
-  const Row rows[] = {
-      {"open in missing folder", none, In("missing/a"), binary, 76, none},
-      {"create in missing folder", none, In("missing/a"), create, 76, none},
-      {"open under a file", [&] { testing::WriteFile(In("plain"), ""); }, In("plain/a"), binary, 76,
-       none},
-      {"open a folder", [&] { fs::create_directory(In("sub")); }, In("sub"), binary, 75, none},
-      {"open a fifo", [&] { ::mkfifo(In("fifo").c_str(), 0600); }, In("fifo"), binary, 75, none},
-      {"create over a file", [&] { testing::WriteFile(In("old"), "keep"); }, In("old"), create, 58,
-       [&] { EXPECT_EQ(testing::ReadFile(In("old")), "keep"); }},
-      {"create over a link",
-       [&] {
-         testing::WriteFile(In("target"), "keep");
-         fs::create_symlink(In("target"), In("link"));
-       },
-       In("link"), create, 75, [&] { EXPECT_EQ(testing::ReadFile(In("target")), "keep"); }},
-      {"create over a dangling link", [&] { fs::create_symlink(In("nowhere"), In("dangling")); },
-       In("dangling"), create, 75, [&] { EXPECT_FALSE(fs::exists(In("nowhere"))); }},
-      {"open an empty name", none, "", binary, 52, none},
-      {"open a name too long", none, In(std::string(300, 'n')), binary, 52, none},
-      {"open in a read-only folder", [&] { fs::create_directories(In("ro")); }, In("ro/a"), binary,
-       70, none},
-      {"delete a missing file", none, In("missing"), remove, 53, none},
-      {"delete a folder", none, In("sub"), remove, 75,
-       [&] { EXPECT_TRUE(fs::is_directory(In("sub"))); }},
-      {"delete under a file", none, In("plain/a"), remove, 76, none},
-      {"delete an empty name", none, "", remove, 52, none},
-      {"delete in a read-only folder",
-       [&] {
-         fs::permissions(In("ro"), fs::perms::owner_all);
-         testing::WriteFile(In("ro/a"), "keep");
-       },
-       In("ro/a"), remove, 70, [&] { EXPECT_EQ(testing::ReadFile(In("ro/a")), "keep"); }},
-      {"delete a link, not its target", none, In("link"), remove, 0,
-       [&] { EXPECT_EQ(testing::ReadFile(In("target")), "keep"); }},
-      {"delete a file", none, In("old"), remove, 0, [&] { EXPECT_FALSE(fs::exists(In("old"))); }},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    row.setup();
-    std::error_code no_folder_yet;
-    fs::permissions(root_ / "ro", fs::perms::owner_read | fs::perms::owner_exec, no_folder_yet);
-    if (row.expected == 70 && ::geteuid() == 0) continue;  // permissions do not bind root
-    std::optional<Error> e = Raised([&] { row.call(row.path); });
-    EXPECT_EQ(e ? e->Number() : 0, row.expected);
+  for (const auto& [call, name, expected] : rows) {
+    const std::string path = name.empty() ? name : In(name);
+    SCOPED_TRACE(call + (" " + path));
+    if (expected == 70 && ::geteuid() == 0) continue;  // permissions do not bind root
+    std::optional<Error> e;
+    try {
+      call == 'd' ? FileDelete(path) : OpenFile(1, path, call == 'c' ? CreateNew : Binary);
+    } catch (const Error& error) {
+      e = error;
+    }
+    EXPECT_EQ(e ? e->Number() : 0, expected);
     if (e) {
-      const std::string text = PlatformErrorText(row.expected);
+      const std::string text = PlatformErrorText(expected);
       EXPECT_EQ(e->Description().substr(0, text.size() + 2), text + ": ");
-      EXPECT_NE(e->Description().find(row.path), std::string::npos) << e->Description();
+      EXPECT_NE(e->Description().find(path), std::string::npos) << e->Description();
       EXPECT_EQ(e->Source(), "Tympora");
     }
-    EXPECT_EQ(FreeFile(), 1);  // a failed open leaves its number free
-    row.check();
+    EXPECT_EQ(FreeFile(), 1);
   }
+  EXPECT_EQ(ReadFile(In("old")), "keep");
+  EXPECT_EQ(ReadFile(In("target")), "keep");
+  EXPECT_EQ(ReadFile(In("ro/kept")), "keep");
+  EXPECT_TRUE(fs::is_directory(In("sub")));
+  EXPECT_FALSE(fs::exists(In("nowhere")));
+  EXPECT_FALSE(fs::exists(fs::symlink_status(In("link"))));
+  EXPECT_FALSE(fs::exists(In("plain")));
 }
 
-TEST_F(FileLayerWrite, ModeTable) {
-  struct Row {
-    const char* name;
-    FileOpenMode mode;
-    std::optional<std::string> before;
-    std::vector<std::string> writes;
-    std::string after;
-  };
+// What each mode keeps of a file already there (none: no file), and the
+// bytes that writes leave.
+TEST_F(FileLayerTest, ModeTable) {
   const std::string raw("\0\xff\r\n", 4);
-  const Row rows[] = {
-      {"binary keeps the tail", FileOpenMode::Binary, "ABCDEFGH", {"xy"}, "xyCDEFGH"},
-      {"binary, new file",
-       FileOpenMode::Binary,
-       std::nullopt,
-       {"first,", "second"},
-       "first,second"},
-      {"append", FileOpenMode::Append, "ABC", {"de", "", "f"}, "ABCdef"},
-      {"new file", FileOpenMode::CreateNew, std::nullopt, {"one", "two"}, "onetwo"},
-      {"bytes untranslated", FileOpenMode::Binary, std::nullopt, {raw, raw}, raw + raw},
+  using Writes = std::vector<std::string>;
+  const std::tuple<const char*, FileOpenMode, const char*, Writes, std::string> rows[] = {
+      {"binary keeps the tail", Binary, "ABCDEFGH", {"xy"}, "xyCDEFGH"},
+      {"binary, new file", Binary, nullptr, {"first,", "second"}, "first,second"},
+      {"append", Append, "ABC", {"de", "", "f"}, "ABCdef"},
+      {"new file", CreateNew, nullptr, {"one", "two"}, "onetwo"},
+      {"bytes untranslated", Binary, nullptr, {raw, raw}, raw + raw},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    const std::string path = In(row.name);
-    if (row.before) testing::WriteFile(path, *row.before);
-    OpenFile(8, path, row.mode);
-    EXPECT_EQ(FileLength(8), static_cast<int64_t>(row.before.value_or("").size()));
-    for (const std::string& bytes : row.writes) FileWrite(8, bytes);
-    EXPECT_EQ(FileLength(8), static_cast<int64_t>(row.after.size()));
+  for (const auto& [name, mode, before, writes, after] : rows) {
+    SCOPED_TRACE(name);
+    const std::string path = In(name);
+    if (before) WriteFile(path, before);
+    OpenFile(8, path, mode);
+    EXPECT_EQ(FileLength(8), static_cast<int64_t>(std::string(before ? before : "").size()));
+    for (const std::string& bytes : writes) FileWrite(8, bytes);
+    EXPECT_EQ(FileLength(8), static_cast<int64_t>(after.size()));
     FileClose(8);
-    EXPECT_EQ(testing::ReadFile(path), row.after);
+    EXPECT_EQ(ReadFile(path), after);
   }
 }
 
 // Devices a host may open under a number: length 0, and a full device says so.
-TEST_F(FileLayerWrite, DeviceTable) {
+TEST_F(FileLayerTest, DeviceTable) {
   for (auto [path, error] :
        {std::pair<const char*, int32_t>{"/dev/full", kErrDiskFull}, {"/dev/null", 0}}) {
     SCOPED_TRACE(path);
     if (!fs::exists(path)) continue;
     OpenFile(7, path);
     EXPECT_EQ(FileLength(7), 0);
-    EXPECT_EQ(NumberRaised([] { FileWrite(7, std::string(100000, 'x')); }), error);
+    EXPECT_EQ(ErrorOf([] { FileWrite(7, std::string(100000, 'x')); }), error);
     FileClose(7);
   }
 }
 
 // Writers in other processes are kept out while a file is open here, and in
 // turn a file another process has locked is not opened.
-TEST_F(FileLayerLock, OtherProcessTable) {
-  const std::function<int(const std::string&)> writers[] = {
-      TakeLock, [](const std::string& path) {
-        FileCloseAll();  // the forked child inherited the table
-        return static_cast<int>(NumberRaised([&] { OpenFile(1, path); }));
-      }};
-  for (const auto& writer : writers) {
-    const std::string path = In("shared");
-    OpenFile(3, path);
-    EXPECT_EQ(RunInChild([&] { return writer(path); }), 70);
-    FileClose(3);
-    EXPECT_EQ(RunInChild([&] { return writer(path); }), 0);
-  }
+TEST_F(FileLayerTest, LocksAgainstOtherProcesses) {
+  const std::string path = In("shared");
+  OpenFile(3, path);
+  EXPECT_EQ(RunInChild([&] { return TakeLock(path); }), 70);
+  FileClose(3);
+  EXPECT_EQ(RunInChild([&] { return TakeLock(path); }), 0);
   int ready[2];
   ASSERT_EQ(::pipe(ready), 0);
   const pid_t pid = ::fork();
   if (pid == 0) {
-    const char taken = TakeLock(In("shared")) == 0 ? 'y' : 'n';
+    const char taken = TakeLock(path) == 0 ? 'y' : 'n';
     (void)!::write(ready[1], &taken, 1);
     ::pause();  // holds the lock until killed
   }
   char taken = 0;
   ASSERT_EQ(::read(ready[0], &taken, 1), 1);
   EXPECT_EQ(taken, 'y');
-  for (FileOpenMode mode : {FileOpenMode::Binary, FileOpenMode::Append}) {
-    EXPECT_EQ(NumberRaised([&] { OpenFile(1, In("shared"), mode); }), kErrPermissionDenied);
+  for (FileOpenMode mode : {Binary, Append}) {
+    EXPECT_EQ(ErrorOf([&] { OpenFile(1, path, mode); }), kErrPermissionDenied);
   }
   ::kill(pid, SIGKILL);
   ::waitpid(pid, nullptr, 0);
   ::close(ready[0]);
   ::close(ready[1]);
-  OpenFile(1, In("shared"));
+  OpenFile(1, path);
 }
 
 // Threads race for numbers through FreeFile; a number another thread took
 // first is refused with 55 and the thread asks again.
-TEST_F(FileLayerThreads, OpenWriteCloseFromEightThreads) {
+TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
   constexpr int kThreads = 8, kRounds = 200;
   auto name = [&](int t, int r) { return In(std::to_string(t) + "_" + std::to_string(r)); };
   auto text = [](int t, int r) {
@@ -337,8 +264,7 @@ TEST_F(FileLayerThreads, OpenWriteCloseFromEightThreads) {
       for (int r = 0; r < kRounds; ++r) {
         try {
           int16_t number = FreeFile();
-          while (NumberRaised([&] { OpenFile(number, name(t, r), FileOpenMode::CreateNew); }) ==
-                 55) {
+          while (ErrorOf([&] { OpenFile(number, name(t, r), CreateNew); }) == 55) {
             number = FreeFile();
           }
           FileWrite(number, text(t, r).substr(0, 6));
@@ -355,7 +281,7 @@ TEST_F(FileLayerThreads, OpenWriteCloseFromEightThreads) {
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(FreeFile(), 1);
   for (int t = 0; t < kThreads; ++t) {
-    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(testing::ReadFile(name(t, r)), text(t, r));
+    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(ReadFile(name(t, r)), text(t, r));
   }
 }
 

@@ -30,96 +30,48 @@ void ExpectStatus(const StatusPtr& status, const Expected& e) {
   EXPECT_TRUE(e.source.empty() || status->Source() == e.source) << status->Source();
 }
 
-// Every failing case of the four export frames, as one table.
 TEST(ExportFrameTest, FailureTable) {
   TempDir dir;
-  const std::string blocker = dir / "plain.txt";
-  { std::ofstream(blocker) << "x"; }
-  const std::tuple<const char*, std::function<StatusPtr(Probe&)>, Expected> cases[] = {
-      {"empty path",
-       [](Probe& p) { return p.ExportXMLPath(""); },
-       {2002, "Supplied path invalid or missing."}},
-      {"missing folder",
-       [&](Probe& p) { return p.ExportXMLPath(dir / "no/such/x.xml"); },
-       {kErrPathNotFound}},
-      {"folder that is a file",
-       [&](Probe& p) { return p.ExportXMLPath(blocker + "/x.xml"); },
-       {kErrPathNotFound}},
-      {"handle 511 not open",
-       [](Probe& p) { return p.ExportXMLFileHandle(511); },
-       {kErrBadFileNumber}},
-      {"record fails below the path",
-       [&](Probe& p) {
-         p.fail_number = 1234;
-         return p.ExportXMLPath(dir / "failing.xml");
-       },
-       {1234, "probe failure", "Probe"}},
-      {"record fails below a save",
-       [&](Probe& p) {
-         WriteFile(dir / "kept.xml", "old");
-         p.fail_number = 1234;
-         return SaveNodeToPath(dir / "kept.xml", p);
-       },
-       {1234, "probe failure", "Probe"}},
-      {"record fails into a document",
-       [](Probe& p) {
-         p.fail_number = 77;
-         DOMDocument doc;
-         return p.ExportXMLDocument(doc);
-       },
-       {77, "probe failure", "Probe"}},
-      {"absent document below a node",
-       [](Probe& p) {
-         DOMDocument doc;
-         DOMElement parent;
-         return p.ExportXMLNode(doc, parent);
-       },
+  Probe probe, failing, no_document;
+  failing.fail_number = 1234;
+  no_document.no_document = true;
+  DOMDocument absent, into, fresh = DOMDocument::New(), rooted = DOMDocument::New();
+  rooted.appendChild(rooted.createElement("Root"));
+  DOMElement no_parent;
+  WriteFile(dir / "kept.xml", "old");
+  const Expected probe_failure{1234, "probe failure", "Probe"},
+      bad_handle{2003, "Invalid file handle."};
+  const std::pair<StatusPtr, Expected> cases[] = {
+      {probe.ExportXMLPath(""), {2002, "Supplied path invalid or missing."}},
+      {probe.ExportXMLFileHandle(511), {kErrBadFileNumber}},
+      {probe.ExportXMLFileHandle(0), bad_handle},
+      {probe.ExportXMLFileHandle(512), bad_handle},
+      {probe.ExportXMLFileHandle(-1), bad_handle},
+      {failing.ExportXMLPath(dir / "failing.xml"), probe_failure},
+      {SaveNodeToPath(dir / "kept.xml", failing), probe_failure},
+      {failing.ExportXMLDocument(into), probe_failure},
+      {probe.ExportXMLNode(absent, no_parent),
        {2005, "Object parameter 1 is not initialized.", "Supplied Document Parameter"}},
-      {"absent parent node",
-       [](Probe& p) {
-         DOMDocument doc = DOMDocument::New();
-         DOMElement parent;
-         return p.ExportXMLNode(doc, parent);
-       },
+      {probe.ExportXMLNode(fresh, no_parent),
        {2006, "Object parameter 2 is not initialized.", "Supplied Parent Node Parameter"}},
-      {"document that has a root",
-       [](Probe& p) {
-         DOMDocument doc = DOMDocument::New();
-         doc.appendChild(doc.createElement("Root"));
-         StatusPtr s = p.ExportXMLDocument(doc);
-         EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
-         return s;
-       },
-       {kDomErrSecondRoot, "", kDomSource}},
-      {"record returns no document",
-       [&](Probe& p) {
-         p.no_document = true;
-         const int16_t n = FreeFile();
-         OpenFile(n, dir / "nodoc.xml");
-         StatusPtr s = p.ExportXMLFileHandle(n);
-         EXPECT_EQ(FileLength(n), 0);
-         FileClose(n);
-         return s;
-       },
-       {kErrObjectNotSet}},
+      {probe.ExportXMLDocument(rooted), {kDomErrSecondRoot, "", kDomSource}},
   };
-  for (const auto& [name, run, expected] : cases) {
-    SCOPED_TRACE(name);
-    Probe probe;
-    ExpectStatus(run(probe), expected);
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    ExpectStatus(cases[i].first, cases[i].second);
   }
-  for (const int16_t handle : {0, 512, -1}) {
-    ExpectStatus(Probe().ExportXMLFileHandle(handle), {2003, "Invalid file handle."});
-  }
-  EXPECT_FALSE(std::filesystem::exists(dir / "no"));
+  EXPECT_EQ(Shape(rooted.AsNode()), std::vector<std::string>{"Root"});
   EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
   EXPECT_EQ(ReadFile(dir / "kept.xml"), "old") << "a failed save leaves the old file";
   for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
     EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "a temporary file stays";
   }
+  ASSERT_EQ(FreeFile(), 1) << "the failing exports closed their files";
+  OpenFile(1, dir / "nodoc.xml");
+  ExpectStatus(no_document.ExportXMLFileHandle(1), {kErrObjectNotSet});
+  EXPECT_EQ(FileLength(1), 0);
+  FileClose(1);
   EXPECT_EQ(ErrorOf([] { CheckThisNode(DOMNode()); }), 2005);
-  EXPECT_EQ(ErrorOf([] { FileLength(1); }), kErrBadFileNumber)
-      << "the failing export closed its file";
 }
 
 TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
@@ -135,7 +87,12 @@ TEST(ExportFrameTest, AbsentStatusCountsAsSuccess) {
   EXPECT_FALSE(std::filesystem::exists(dir / "b.xml"));
 }
 
-TEST(ExportFrameTest, DocumentKeepsCrLfNodesWhileTheFileDropsThem) {
+// A new document holds the declaration, the comment and the element, whose
+// CR LF text nodes a file drops, and two exports through one number write
+// two documents in a row; a document that has no root gets only the
+// element; below a node, the element comes between two CR LF text nodes.
+// NewXMLDocument makes a new document of the declaration and the comment.
+TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileFilesDropThem) {
   TempDir dir;
   Probe probe;
   probe.ID(3);
@@ -147,73 +104,53 @@ TEST(ExportFrameTest, DocumentKeepsCrLfNodesWhileTheFileDropsThem) {
   EXPECT_EQ(doc.childNodes().item(1).text().rfind("document created ", 0), 0u);
   EXPECT_EQ(Shape(doc.documentElement()), (std::vector<std::string>{"CRLF", "Name", "CRLF"}));
   EXPECT_EQ(testing::ChildNamed(doc.documentElement(), "Name").text(), "  \r\n ");
-
+  // The file replaces a longer one, of which nothing remains.
+  WriteFile(dir / "p.xml", std::string(10000, 'x'));
   ExpectStatus(probe.ExportXMLPath(dir / "p.xml"), {0});
-  const std::string file = ReadFile(dir / "p.xml");
-  EXPECT_EQ(testing::WithoutCreationDate(file),
+  EXPECT_EQ(testing::WithoutCreationDate(ReadFile(dir / "p.xml")),
             "<?xml version=\"1.0\"?>\r\n<!--document created DATE-->\r\n"
             "<Probe id=\"3\"><Name/></Probe>\r\n");
-}
+  // Two exports through one number write two documents, one after the other.
+  const int16_t n = FreeFile();
+  OpenFile(n, dir / "two.xml");
+  ExpectStatus(probe.ExportXMLFileHandle(n), {0});
+  const int64_t after_first = FileLength(n);
+  probe.name = "second";
+  ExpectStatus(probe.ExportXMLFileHandle(n), {0});
+  FileClose(n);
+  const std::string two = ReadFile(dir / "two.xml");
+  EXPECT_EQ(two.find("<?xml"), 0u);
+  EXPECT_EQ(two.find("<?xml", 1), static_cast<size_t>(after_first));
+  EXPECT_NE(two.find("<Name>second</Name>", after_first), std::string::npos);
 
-// A document that has no root gets only the element; below a node, the
-// element comes between two CR LF text nodes.
-TEST(ExportFrameTest, DocumentWithoutRootAndParentNode) {
-  Probe probe;
-  DOMDocument doc = DOMDocument::New();
+  doc = DOMDocument::New();
   ExpectStatus(probe.ExportXMLDocument(doc), {0});
   EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Probe"});
   DOMElement parent = doc.createElement("Parent");
   ExpectStatus(probe.ExportXMLNode(doc, parent), {0});
   EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
+
+  const DOMDocument kept = doc;
+  NewXMLDocument(doc);
+  EXPECT_NE(doc, kept) << "a new document replaces the old one";
+  EXPECT_FALSE(doc.async());
+  EXPECT_FALSE(doc.validateOnParse());
+  EXPECT_FALSE(doc.resolveExternals());
+  EXPECT_TRUE(doc.preserveWhiteSpace());
+  EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
 }
 
-TEST(ExportFrameTest, PathReplacesAnExistingFile) {
-  TempDir dir;
-  const std::string path = dir / "old.xml";
-  { std::ofstream(path) << std::string(10000, 'x'); }
-  Probe probe;
-  ExpectStatus(probe.ExportXMLPath(path), {0});
-  const std::string text = ReadFile(path);
-  EXPECT_EQ(text.find('x'), text.find("xml")) << "nothing of the old file remains";
-  EXPECT_LT(text.size(), 200u);
-}
-
-TEST(ExportFrameTest, TwoExportsToOneOpenFileWriteTwoDocuments) {
-  TempDir dir;
-  const std::string path = dir / "two.xml";
-  const int16_t n = FreeFile();
-  OpenFile(n, path);
-  Probe first, second;
-  second.name = "second";
-  ExpectStatus(first.ExportXMLFileHandle(n), {0});
-  const int64_t after_first = FileLength(n);
-  ExpectStatus(second.ExportXMLFileHandle(n), {0});
-  EXPECT_GT(FileLength(n), after_first);
-  FileClose(n);
-  const std::string text = ReadFile(path);
-  EXPECT_EQ(text.find("<?xml"), 0u);
-  EXPECT_EQ(text.find("<?xml", 1), static_cast<size_t>(after_first));
-  EXPECT_NE(text.find("<Name>second</Name>"), std::string::npos);
-}
-
-TEST(ExportFrameTest, FullDeviceGivesAnErrorStatus) {
-  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-  const int16_t n = FreeFile();
-  OpenFile(n, "/dev/full");
-  Probe probe;
-  StatusPtr status = probe.ExportXMLFileHandle(n);
-  FileClose(n);
-  ExpectStatus(status, {kErrDiskFull});
-}
-
-TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
-  Collection<Probe> list;
-  for (int i = 1; i <= 3; ++i) list.Add(std::make_shared<Probe>(), std::to_string(i));
-  list.Item(2)->fail_number = 999;
+// ExportCollectionNodes stops at the first record that fails and raises its
+// error; ResetCollection resets each record, empties the old list and puts a
+// new one in its place, or makes one where there is none.
+TEST(ExportFrameTest, CollectionsExportUntilAFailureAndReset) {
+  auto list = std::make_shared<Collection<Probe>>();
+  for (int i = 1; i <= 3; ++i) list->Add(std::make_shared<Probe>(), std::to_string(i));
+  list->Item(2)->fail_number = 999;
   DOMDocument doc = DOMDocument::New();
   DOMElement parent = doc.createElement("Parent");
   try {
-    ExportCollectionNodes(doc, parent, &list);
+    ExportCollectionNodes(doc, parent, list.get());
     FAIL() << "the failure was not raised";
   } catch (const Error& e) {
     EXPECT_EQ(e.Number(), 999);
@@ -221,26 +158,21 @@ TEST(ExportFrameTest, CollectionStopsAtTheFirstFailingRecord) {
   }
   EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
   ExportCollectionNodes(doc, parent, nullptr);  // an absent list does nothing
-}
-
-TEST(ExportFrameTest, ResetCollectionResetsEachRecordAndMakesANewList) {
-  CollectionPtr<Probe> absent;
-  ResetCollection(absent);
-  ASSERT_TRUE(absent);
-  EXPECT_EQ(absent->Count(), 0);
-  auto list = std::make_shared<Collection<Probe>>();
-  const auto first = std::make_shared<Probe>(), second = std::make_shared<Probe>();
-  list->Add(first, "1");
-  list->Add(second, "2");
+  std::vector<std::shared_ptr<Probe>> records;
+  for (const auto& record : *list) records.push_back(record);
   const CollectionPtr<Probe> old = list;
   ResetCollection(list);
   EXPECT_NE(list, old);
   EXPECT_EQ(list->Count(), 0);
   EXPECT_EQ(old->Count(), 0);
-  EXPECT_EQ(first->resets + second->resets, 2);
+  for (const auto& record : records) EXPECT_EQ(record->resets, 1);
+  CollectionPtr<Probe> absent;
+  ResetCollection(absent);
+  ASSERT_TRUE(absent);
+  EXPECT_EQ(absent->Count(), 0);
 }
 
-TEST(PropertyElementTest, CreatePropertyElementForms) {
+TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
   DOMDocument doc = DOMDocument::New();
   const std::tuple<const char*, bool, Variant, std::string> rows[] = {
       // name, Null, value
@@ -263,24 +195,23 @@ TEST(PropertyElementTest, CreatePropertyElementForms) {
   DOMElement element;
   EXPECT_EQ(ErrorOf([&] { CreatePropertyElement(doc, "N", false, Variant(kNull), element); }),
             kErrInvalidUseOfNull);
-}
-
-TEST(PropertyElementTest, AppendChildNode) {
-  DOMDocument doc = DOMDocument::New();
-  DOMElement none;
-  DOMElement root = doc.createElement("Root");
-  DOMElement keep = root;
+  // Without a parent the child becomes the document's root; either way the
+  // caller's reference is released.
+  DOMElement none, root = doc.createElement("Root"), child = doc.createElement("Child");
+  const DOMElement kept = root;
   AppendChildNode(doc, none, root);
-  EXPECT_FALSE(root) << "the caller's reference is released";
+  EXPECT_FALSE(root);
   EXPECT_EQ(Shape(doc.AsNode()), std::vector<std::string>{"Root"});
-  DOMElement child = doc.createElement("Child");
-  AppendChildNode(doc, keep, child);
-  EXPECT_EQ(Shape(keep), (std::vector<std::string>{"CRLF", "Child"}));
-  AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), keep);
-  EXPECT_EQ(keep.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
+  DOMElement parent = kept;
+  AppendChildNode(doc, parent, child);
+  EXPECT_FALSE(child);
+  AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), parent);
+  EXPECT_EQ(parent.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
 }
 
-TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
+// The null flag needs exactly the text "true"; an id is read when it is a
+// number, rounded half to even.
+TEST(PropertyElementTest, ReadsTheNullFlagAndTheID) {
   for (const char* xml : {"<P null=\"true\"/>", "<P a=\"1\" null=\"true\">x</P>"}) {
     EXPECT_TRUE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
   }
@@ -291,9 +222,6 @@ TEST(PropertyElementTest, IsNullNodeNeedsExactlyTheTextTrue) {
   DOMDocument doc = testing::Parse("<P>text</P>");
   EXPECT_EQ(ErrorOf([&] { IsNullNode(doc.documentElement().firstChild()); }), kErrObjectNotSet);
   EXPECT_EQ(ErrorOf([] { IsNullNode(DOMNode()); }), kErrObjectNotSet);
-}
-
-TEST(PropertyElementTest, ReadNodeID) {
   const std::tuple<const char*, int32_t, int32_t> rows[] = {
       // the id read into 99, the error
       {"<R id=\"12\"/>", 12, 0},    {"<R id=\"12.5\"/>", 12, 0},
@@ -305,24 +233,10 @@ TEST(PropertyElementTest, ReadNodeID) {
   };
   for (const auto& [xml, expected, error] : rows) {
     SCOPED_TRACE(xml);
-    DOMDocument doc = testing::Parse(xml);
     int32_t id = 99;
-    EXPECT_EQ(ErrorOf([&] { ReadNodeID(doc.documentElement(), id); }), error);
+    EXPECT_EQ(ErrorOf([&] { ReadNodeID(testing::Parse(xml).documentElement(), id); }), error);
     EXPECT_EQ(id, expected);
   }
-}
-
-TEST(NewXMLDocumentTest, SettingsAndPreamble) {
-  DOMDocument doc = DOMDocument::New();
-  DOMDocument kept = doc;
-  NewXMLDocument(doc);
-  EXPECT_NE(doc, kept) << "a new document replaces the old one";
-  EXPECT_FALSE(doc.async());
-  EXPECT_FALSE(doc.validateOnParse());
-  EXPECT_FALSE(doc.resolveExternals());
-  EXPECT_TRUE(doc.preserveWhiteSpace());
-  EXPECT_EQ(Shape(doc.AsNode()), (std::vector<std::string>{"xml", "#comment"}));
-  EXPECT_FALSE(doc.documentElement());
 }
 
 }  // namespace

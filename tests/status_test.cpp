@@ -4,120 +4,83 @@
 
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
+#include "test_util.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/frames.hpp"
 
 namespace tympora {
 namespace {
 
-struct Values {
-  int32_t number;
-  std::string description, help_file;
-  int32_t help_context;
-  std::string source;
-};
+// Number, Description, HelpFile, HelpContext, Source.
+using Values = std::tuple<int32_t, std::string, std::string, int32_t, std::string>;
 
 Values Of(const CStatus& s) {
   return {s.Number(), s.Description(), s.HelpFile(), s.HelpContext(), s.Source()};
 }
 
-void ExpectValues(const CStatus& s, const Values& v) {
-  EXPECT_EQ(s.Number(), v.number);
-  EXPECT_EQ(s.Description(), v.description);
-  EXPECT_EQ(s.HelpFile(), v.help_file);
-  EXPECT_EQ(s.HelpContext(), v.help_context);
-  EXPECT_EQ(s.Source(), v.source);
-}
-
-TEST(StatusTest, NewStatusIsSuccessWithEmptyTexts) {
-  CStatus s;
-  ExpectValues(s, {0, "", "", 0, ""});
-}
-
-// SetError sequences applied to a new status and the values they leave.
+// SetError sequences applied to a new status (a null source: none given),
+// and the number, description and source they leave; the help stays empty.
 TEST(StatusTest, SetErrorTable) {
-  struct Step {
-    int32_t code;
-    const char* source;  // nullptr: source omitted
+  using Steps = std::vector<std::pair<int32_t, const char*>>;
+  const std::tuple<Steps, int32_t, const char*, const char*> cases[] = {
+      {{}, 0, "", ""},
+      {{{2002, nullptr}}, 2002, "Supplied path invalid or missing.", ""},
+      {{{2001, "s"}, {2000, nullptr}}, 2000, "Not implemented.", "s"},  // text and source kept
+      {{{2001, "x"}, {0, nullptr}}, 0, "", "x"},
+      {{{2003, nullptr}, {7, nullptr}}, 7, "Invalid file handle.", ""},  // unknown: text kept
+      {{{2005, "a"}, {2006, ""}}, 2006, "Object parameter 2 is not initialized.", ""},
+      {{{2004, nullptr}}, 2004, "Unspecified object is not initialized.", ""},
+      {{{2005, "s"}}, 2005, "Object parameter 1 is not initialized.", "s"},
+      {{{-1, nullptr}}, -1, "", ""},
   };
-  struct Case {
-    const char* name;
-    std::vector<Step> steps;
-    Values expected;
-  };
-  const Case cases[] = {
-      {"2002 without source",
-       {{2002, nullptr}},
-       {2002, "Supplied path invalid or missing.", "", 0, ""}},
-      {"2001 then 2000 keeps text and source",
-       {{2001, "Function ExportTXT"}, {2000, nullptr}},
-       {2000, "Not implemented.", "", 0, "Function ExportTXT"}},
-      {"0 clears the description", {{2001, "x"}, {0, nullptr}}, {0, "", "", 0, "x"}},
-      {"unknown code keeps the description",
-       {{2003, nullptr}, {7, nullptr}},
-       {7, "Invalid file handle.", "", 0, ""}},
-      {"empty source is stored",
-       {{2005, "a"}, {2006, ""}},
-       {2006, "Object parameter 2 is not initialized.", "", 0, ""}},
-      {"2004", {{2004, nullptr}}, {2004, "Unspecified object is not initialized.", "", 0, ""}},
-      {"2005 with source",
-       {{2005, "Supplied This Node Parameter"}},
-       {2005, "Object parameter 1 is not initialized.", "", 0, "Supplied This Node Parameter"}},
-      {"negative code", {{-1, nullptr}}, {-1, "", "", 0, ""}},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [steps, number, description, source] : cases) {
+    SCOPED_TRACE(::testing::PrintToString(steps));
     CStatus s;
-    for (const Step& step : c.steps) {
-      if (step.source)
-        s.SetError(step.code, step.source);
-      else
-        s.SetError(step.code);
-    }
-    ExpectValues(s, c.expected);
+    for (const auto& [code, from] : steps) from ? s.SetError(code, from) : s.SetError(code);
+    EXPECT_EQ(Of(s), (Values{number, description, "", 0, source}));
   }
 }
 
 // What a raised error carries through OperatorEqualsErr, for each kind of
-// exception a frame may catch.
+// exception a frame may catch; frame B raises it again unchanged after its
+// cleanup, which runs only after a failure.
 TEST(StatusTest, OperatorEqualsErrCopiesWhateverIsHandled) {
-  struct Case {
-    const char* name;
-    std::function<void()> raise;
-    Values expected;
-  };
   CStatus full;
   full.SetError(2005, "Supplied This Node Parameter");
   full.HelpFile("help.chm");
   full.HelpContext(42);
-  const Case cases[] = {
-      {"status raised and captured",
-       [&] { full.RaiseError(); },
-       {2005, "Object parameter 1 is not initialized.", "help.chm", 42,
-        "Supplied This Node Parameter"}},
-      {"number 0 raised as is", [] { CStatus().RaiseError(); }, {0, "", "", 0, ""}},
-      {"platform error",
-       [] { RaisePlatformError(kErrOverflow); },
-       {6, "Overflow", "", 0, "Tympora"}},
+  const Values all_five{2005, "Object parameter 1 is not initialized.", "help.chm", 42,
+                        "Supplied This Node Parameter"};
+  int cleanups = 0;
+  const std::tuple<const char*, std::function<void()>, Values> cases[] = {
+      {"status raised", [&] { full.RaiseError(); }, all_five},
+      {"through frame B", [&] { RunFrameB([&] { full.RaiseError(); }, [&] { ++cleanups; }); },
+       all_five},
+      {"number 0", [] { CStatus().RaiseError(); }, {0, "", "", 0, ""}},
+      {"platform", [] { RaisePlatformError(kErrOverflow); }, {6, "Overflow", "", 0, "Tympora"}},
       {"bad_alloc", [] { throw std::bad_alloc(); }, {7, "Out of memory", "", 0, "Tympora"}},
       {"std exception",
        [] { throw std::runtime_error("boom"); },
        {51, "Internal error: boom", "", 0, "Tympora"}},
       {"anything else", [] { throw 17; }, {51, "Internal error", "", 0, "Tympora"}},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, raise, expected] : cases) {
+    SCOPED_TRACE(name);
     CStatus s;
     s.SetError(2003, "old");
     try {
-      c.raise();
+      raise();
       ADD_FAILURE() << "nothing raised";
     } catch (...) {
       s.OperatorEqualsErr();
     }
-    ExpectValues(s, c.expected);
+    EXPECT_EQ(Of(s), expected);
   }
+  EXPECT_EQ(cleanups, 1);
+  RunFrameB([] {}, [&] { ++cleanups; });
+  EXPECT_EQ(cleanups, 1);
 }
 
 TEST(StatusTest, OperatorEqualsCopiesAllFiveAndRefusesAbsent) {
@@ -127,18 +90,10 @@ TEST(StatusTest, OperatorEqualsCopiesAllFiveAndRefusesAbsent) {
   other->HelpContext(9);
   CStatus s;
   s.OperatorEquals(other);
-  EXPECT_EQ(Of(s).description, other->Description());
-  ExpectValues(s, {2002, "Supplied path invalid or missing.", "f", 9, "src"});
-
-  CStatus untouched;
-  untouched.SetError(2001, "keep");
-  try {
-    untouched.OperatorEquals(nullptr);
-    FAIL() << "absent status accepted";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kErrObjectNotSet);
-  }
-  ExpectValues(untouched, {2001, "Not implemented.", "", 0, "keep"});
+  EXPECT_EQ(Of(s), (Values{2002, "Supplied path invalid or missing.", "f", 9, "src"}));
+  s.SetError(2001, "keep");
+  EXPECT_EQ(testing::ErrorOf([&] { s.OperatorEquals(nullptr); }), kErrObjectNotSet);
+  EXPECT_EQ(Of(s), (Values{2001, "Not implemented.", "f", 9, "keep"}));
 }
 
 TEST(StatusTest, FrameAReturnsInsteadOfThrowing) {
@@ -151,39 +106,16 @@ TEST(StatusTest, FrameAReturnsInsteadOfThrowing) {
   ASSERT_TRUE(s);
   EXPECT_EQ(s->Number(), 457);
   EXPECT_TRUE(cleaned);
-
   // A status that the steps took over is the one returned, holding the error.
   auto child = std::make_shared<CStatus>();
-  StatusPtr r = RunFrameA([&](StatusPtr& st) {
-    st = child;
-    RaisePlatformError(kErrOverflow);
-  });
-  EXPECT_EQ(r, child);
+  EXPECT_EQ(RunFrameA([&](StatusPtr& st) {
+              st = child;
+              RaisePlatformError(kErrOverflow);
+            }),
+            child);
   EXPECT_EQ(child->Number(), 6);
-}
-
-TEST(StatusTest, FrameBRaisesTheSameValuesAfterCleanup) {
-  CStatus original;
-  original.SetError(2006, "Supplied Parent Node Parameter");
-  original.HelpFile("h");
-  original.HelpContext(3);
-  int cleanups = 0;
-  try {
-    RunFrameB([&] { original.RaiseError(); }, [&] { ++cleanups; });
-    FAIL();
-  } catch (...) {
-    CStatus copy;
-    copy.OperatorEqualsErr();
-    ExpectValues(copy, Of(original));
-  }
-  EXPECT_EQ(cleanups, 1);
-  RunFrameB([] {}, [&] { ++cleanups; });
-  EXPECT_EQ(cleanups, 1) << "cleanup runs only after a failure";
-}
-
-TEST(StatusTest, NotImplementedStatus) {
-  StatusPtr s = NotImplementedStatus("Function ExportTXT");
-  ExpectValues(*s, {2001, "Not implemented.", "", 0, "Function ExportTXT"});
+  EXPECT_EQ(Of(*NotImplementedStatus("Function ExportTXT")),
+            (Values{2001, "Not implemented.", "", 0, "Function ExportTXT"}));
 }
 
 }  // namespace
