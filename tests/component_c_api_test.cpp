@@ -31,8 +31,10 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
   Value arg, result;
   arg.v.kind = 42;
-  Handle document;
+  Handle document, node, other;
   ASSERT_EQ(tympora_create_document(&document.p), 0);
+  ASSERT_EQ(tympora_query_interface(curve.p, "_CNode", &node.p), 0);
+  ASSERT_EQ(tympora_create_object("Tympora.CCurve", &other.p), 0);
   struct Case {
     const char* what;
     int32_t got;
@@ -77,6 +79,8 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"close number 0", tympora_file_close(0), 52},
       {"same object: two NULLs", tympora_same_object(nullptr, nullptr), 1},
       {"same object: NULL and a record", tympora_same_object(curve.p, nullptr), 0},
+      {"same object: two interfaces", tympora_same_object(curve.p, node.p), 1},
+      {"same object: two records", tympora_same_object(curve.p, other.p), 0},
       {"save NULL record", tympora_save_xml_path(nullptr, "x.xml"), 91},
       {"save to NULL path", tympora_save_xml_path(curve.p, nullptr), 5},
       {"save to empty path", tympora_save_xml_path(curve.p, ""), 2002},
@@ -151,6 +155,15 @@ TEST(CApiTest, ValuesKeepTheirKindsAndByReferenceArgumentsComeBack) {
   ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
   EXPECT_EQ(got.v.kind, TYMPORA_BOOL);
   EXPECT_EQ(got.v.value.boolean, 1);
+  Handle point;
+  ASSERT_EQ(tympora_create_object("Tympora.CCurveDatum", &point.p), 0);
+  Value input;
+  input.v.kind = TYMPORA_DOUBLE;
+  input.v.value.dbl = 65.25;
+  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYPUT, &input.v, 1, nullptr), 0);
+  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  EXPECT_EQ(got.v.kind, TYMPORA_DOUBLE);
+  EXPECT_EQ(got.v.value.dbl, 65.25);
 
   Handle node;
   ASSERT_EQ(tympora_query_interface(client.p, "_CNode", &node.p), 0);
