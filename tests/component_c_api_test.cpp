@@ -125,6 +125,9 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_EQ(tympora_error_help_context(), 0);
   const std::string saved = ::testing::TempDir() + "c_api_saved.xml";
   EXPECT_EQ(tympora_save_xml_path(curve.p, saved.c_str()), 0) << tympora_error_description();
+  Handle read;
+  EXPECT_EQ(tympora_import_xml_file(other.p, saved.c_str(), &read.p), 0);
+  EXPECT_STREQ(tympora_interface_name(read.p), "_CStatus");
   EXPECT_EQ(std::remove(saved.c_str()), 0);
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);

@@ -1,10 +1,9 @@
 /* A host written in C that knows Tympora only through its C interface: it
  * loads the library at run time, builds a client list (from the class
- * factory) down to a curve point by name, exports it by name to a path and
- * to a file number it opened, imports the files into new lists (by
- * ImportXMLNode of a loaded document, and by tympora_import_xml_file), checks
- * that they export the same element as the original, releases everything,
- * and checks that the library may be unloaded and is gone after dlclose.
+ * factory) down to a curve point by name, exports it to a file by name,
+ * imports the file into a new list, checks that the copy exports the same
+ * element as the original, releases everything, and checks that the library
+ * may be unloaded and is gone after dlclose.
  *
  * Usage: c_host <path of libtympora.so>. Exit status 0 when every step held. */
 #define _POSIX_C_SOURCE 200809L
@@ -18,26 +17,25 @@
 #include "tympora/tympora.h"
 #include "tympora/version.h"
 
-/* The library's functions, looked up by name. */
-static struct {
-  DllGetClassObject_fn get_class_object;
-  DllCanUnloadNow_fn can_unload_now;
-  tympora_factory_create_fn factory_create;
-  tympora_factory_release_fn factory_release;
-  tympora_create_object_fn create_object;
-  tympora_create_document_fn create_document;
-  tympora_query_interface_fn query_interface;
-  tympora_object_release_fn release;
-  tympora_invoke_fn invoke;
-  tympora_variant_clear_fn clear;
-  tympora_variant_set_string_fn set_string;
-  tympora_variant_set_object_fn set_object;
-  tympora_error_description_fn error_description;
-  tympora_file_open_fn file_open;
-  tympora_file_close_fn file_close;
-  tympora_import_xml_file_fn import_xml_file;
-  tympora_version_fn version;
-} lib;
+/* The library's functions that this host calls: a field of `lib` for each,
+ * of the pointer type the header declares, looked up by name. */
+#define FUNCTIONS(X)                              \
+  X(get_class_object, DllGetClassObject)          \
+  X(can_unload_now, DllCanUnloadNow)              \
+  X(factory_create, tympora_factory_create)       \
+  X(factory_release, tympora_factory_release)     \
+  X(create_object, tympora_create_object)         \
+  X(import_xml_file, tympora_import_xml_file)     \
+  X(query_interface, tympora_query_interface)     \
+  X(release, tympora_object_release)              \
+  X(invoke, tympora_invoke)                       \
+  X(clear, tympora_variant_clear)                 \
+  X(set_string, tympora_variant_set_string)       \
+  X(set_object, tympora_variant_set_object)       \
+  X(error_description, tympora_error_description) \
+  X(version, tympora_version)
+#define FIELD(field, symbol) symbol##_fn field;
+static struct { FUNCTIONS(FIELD) } lib;
 
 static int failures = 0;
 
@@ -49,36 +47,18 @@ static void check(int ok, const char* what) {
   }
 }
 
-/* Function pointers from dlsym: copied bytewise, as ISO C has no cast from
- * an object pointer to a function pointer. */
-#define LOAD(field, name)                           \
-  do {                                              \
-    void* p_ = dlsym(handle, name);                 \
-    if (!p_) {                                      \
-      fprintf(stderr, "missing symbol %s\n", name); \
-      exit(2);                                      \
-    }                                               \
-    memcpy(&lib.field, &p_, sizeof lib.field);      \
-  } while (0)
+/* Function pointers from dlsym are copied bytewise, as ISO C has no cast
+ * from an object pointer to a function pointer. */
+#define LOAD(field, symbol)               \
+  p = dlsym(handle, #symbol);             \
+  check(p != NULL, "dlsym(" #symbol ")"); \
+  memcpy(&lib.field, &p, sizeof lib.field);
 
-static void load(void* handle) {
-  LOAD(get_class_object, "DllGetClassObject");
-  LOAD(can_unload_now, "DllCanUnloadNow");
-  LOAD(factory_create, "tympora_factory_create");
-  LOAD(factory_release, "tympora_factory_release");
-  LOAD(create_object, "tympora_create_object");
-  LOAD(create_document, "tympora_create_document");
-  LOAD(query_interface, "tympora_query_interface");
-  LOAD(release, "tympora_object_release");
-  LOAD(invoke, "tympora_invoke");
-  LOAD(clear, "tympora_variant_clear");
-  LOAD(set_string, "tympora_variant_set_string");
-  LOAD(set_object, "tympora_variant_set_object");
-  LOAD(error_description, "tympora_error_description");
-  LOAD(file_open, "tympora_file_open");
-  LOAD(file_close, "tympora_file_close");
-  LOAD(import_xml_file, "tympora_import_xml_file");
-  LOAD(version, "tympora_version");
+/* True when every function was found. */
+static int load(void* handle) {
+  void* p = NULL;
+  FUNCTIONS(LOAD)
+  return failures == 0;
 }
 
 /* Calls a member with one argument (or none when arg is NULL); the result
@@ -148,34 +128,13 @@ static void build_tree(tympora_object* records[LEVELS]) {
   }
 }
 
-/* Reads the file at `path` into a new client list through ImportXMLNode. */
-static tympora_object* import_file(const char* path) {
-  tympora_object* document = NULL;
-  check(lib.create_document(&document) == 0, "tympora_create_document");
-  tympora_variant arg = {0};
-  lib.set_string(&arg, path);
-  tympora_variant loaded = call(document, "load", TYMPORA_METHOD, &arg);
-  check(loaded.kind == TYMPORA_BOOL && loaded.value.boolean, "load the exported file");
-  lib.clear(&arg);
-  tympora_variant root = call(document, "documentElement", TYMPORA_PROPERTYGET, NULL);
-  tympora_object* clients = NULL;
-  check(lib.create_object("Tympora.CClients", &clients) == 0, "Tympora.CClients");
-  check(node_call(clients, "ImportXMLNode", &root) == 0, "ImportXMLNode returns Number 0");
-  lib.clear(&root);
-  lib.release(document);
-  return clients;
-}
-
-/* The text of the element that `record` exports by ExportXMLDocument. */
+/* The text of the element that `record` exports by ExportXMLDocument (calls
+ * on what is not an object fail with 91 and leave the text empty). */
 static char* element_xml(tympora_object* record) {
-  tympora_variant document = {0}, root = {0}, xml = {0};
+  tympora_variant document = {0};
   check(node_call(record, "ExportXMLDocument", &document) == 0, "ExportXMLDocument");
-  if (document.kind == TYMPORA_OBJECT && document.value.object) {
-    root = call(document.value.object, "documentElement", TYMPORA_PROPERTYGET, NULL);
-  }
-  if (root.kind == TYMPORA_OBJECT && root.value.object) {
-    xml = call(root.value.object, "xml", TYMPORA_PROPERTYGET, NULL);
-  }
+  tympora_variant root = call(document.value.object, "documentElement", TYMPORA_PROPERTYGET, NULL);
+  tympora_variant xml = call(root.value.object, "xml", TYMPORA_PROPERTYGET, NULL);
   char* text = strdup(xml.kind == TYMPORA_STRING ? xml.value.string : "");
   lib.clear(&xml);
   lib.clear(&root);
@@ -193,7 +152,7 @@ int main(int argc, char** argv) {
     fprintf(stderr, "dlopen: %s\n", dlerror());
     return 2;
   }
-  load(handle);
+  if (!load(handle)) return 2;
   check(strcmp(lib.version(), TYMPORA_VERSION_STRING) == 0, "tympora_version");
 
   void* factory = NULL;
@@ -209,43 +168,27 @@ int main(int argc, char** argv) {
 
   char folder[] = "/tmp/tympora_c_host_XXXXXX";
   check(mkdtemp(folder) != NULL, "mkdtemp");
-  char path[sizeof folder + 16], numbered_path[sizeof folder + 16];
+  char path[sizeof folder + 16];
   snprintf(path, sizeof path, "%s/clients.xml", folder);
-  snprintf(numbered_path, sizeof numbered_path, "%s/numbered.xml", folder);
   tympora_variant arg = {0};
   lib.set_string(&arg, path);
   check(node_call(clients, "ExportXMLPath", &arg) == 0, "ExportXMLPath returns Number 0");
-  int16_t number = 0;
-  check(lib.file_open(numbered_path, TYMPORA_FILE_CREATE_NEW, &number) == 0 && number >= 1,
-        "tympora_file_open");
   lib.clear(&arg);
-  arg.kind = TYMPORA_INT16;
-  arg.value.int16 = number;
-  check(node_call(clients, "ExportXMLFileHandle", &arg) == 0, "ExportXMLFileHandle");
-  check(lib.file_close(number) == 0, "tympora_file_close");
-
-  tympora_object* copy = import_file(path);
-  tympora_object* numbered_copy = NULL;
-  tympora_object* status = NULL;
-  check(lib.create_object("Tympora.CClients", &numbered_copy) == 0 &&
-            lib.import_xml_file(numbered_copy, numbered_path, &status) == 0 && status,
+  tympora_object *copy = NULL, *status = NULL;
+  check(lib.create_object("Tympora.CClients", &copy) == 0 &&
+            lib.import_xml_file(copy, path, &status) == 0 && status,
         "tympora_import_xml_file");
   lib.release(status);
   char* a = element_xml(clients);
   char* b = element_xml(copy);
-  char* c = element_xml(numbered_copy);
   check(strlen(a) > 0 && strcmp(a, b) == 0, "the copy exports the same element");
-  check(strcmp(a, c) == 0, "the list read from the numbered file exports the same element");
   free(a);
   free(b);
-  free(c);
 
-  lib.release(numbered_copy);
   lib.release(copy);
   lib.release(clients);
   lib.factory_release((tympora_factory*)factory);
   unlink(path);
-  unlink(numbered_path);
   rmdir(folder);
   check(lib.can_unload_now() == TYMPORA_S_OK, "DllCanUnloadNow after releasing everything");
   check(dlclose(handle) == 0, "dlclose");
