@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "tympora/node/dom.hpp"
@@ -35,15 +36,11 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   ASSERT_EQ(tympora_create_document(&document.p), 0);
   ASSERT_EQ(tympora_query_interface(curve.p, "_CNode", &node.p), 0);
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &other.p), 0);
-  struct Case {
-    const char* what;
-    int32_t got;
-    int32_t want;
-  };
   tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
   int16_t number = 9;                                             // must be reset to 0
   Handle imported;  // what the import of a missing file hands back
-  const Case cases[] = {
+  // What was called, the number it returned and the number it should return.
+  const std::tuple<const char*, int32_t, int32_t> cases[] = {
       {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
       {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
        5},
@@ -93,7 +90,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
        tympora_import_xml_file(curve.p, "tympora-c-api-missing.xml", &imported.p), 53},
 
   };
-  for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+  for (const auto& [what, got, want] : cases) EXPECT_EQ(got, want) << what;
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(number, 0);
   EXPECT_STREQ(tympora_interface_name(imported.p), "_CStatus");
