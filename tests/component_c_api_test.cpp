@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "tympora/node/dom.hpp"
@@ -31,17 +32,15 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
   Value arg, result;
   arg.v.kind = 42;
-  Handle document;
+  Handle document, node, other;
   ASSERT_EQ(tympora_create_document(&document.p), 0);
-  struct Case {
-    const char* what;
-    int32_t got;
-    int32_t want;
-  };
+  ASSERT_EQ(tympora_query_interface(curve.p, "_CNode", &node.p), 0);
+  ASSERT_EQ(tympora_create_object("Tympora.CCurve", &other.p), 0);
   tympora_object* out = reinterpret_cast<tympora_object*>(&arg);  // must be reset to NULL
   int16_t number = 9;                                             // must be reset to 0
   Handle imported;  // what the import of a missing file hands back
-  const Case cases[] = {
+  // What was called, the number it returned and the number it should return.
+  const std::tuple<const char*, int32_t, int32_t> cases[] = {
       {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
       {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
        5},
@@ -77,6 +76,8 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"close number 0", tympora_file_close(0), 52},
       {"same object: two NULLs", tympora_same_object(nullptr, nullptr), 1},
       {"same object: NULL and a record", tympora_same_object(curve.p, nullptr), 0},
+      {"same object: two interfaces", tympora_same_object(curve.p, node.p), 1},
+      {"same object: two records", tympora_same_object(curve.p, other.p), 0},
       {"save NULL record", tympora_save_xml_path(nullptr, "x.xml"), 91},
       {"save to NULL path", tympora_save_xml_path(curve.p, nullptr), 5},
       {"save to empty path", tympora_save_xml_path(curve.p, ""), 2002},
@@ -89,7 +90,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
        tympora_import_xml_file(curve.p, "tympora-c-api-missing.xml", &imported.p), 53},
 
   };
-  for (const Case& c : cases) EXPECT_EQ(c.got, c.want) << c.what;
+  for (const auto& [what, got, want] : cases) EXPECT_EQ(got, want) << what;
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(number, 0);
   EXPECT_STREQ(tympora_interface_name(imported.p), "_CStatus");
@@ -121,6 +122,9 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_EQ(tympora_error_help_context(), 0);
   const std::string saved = ::testing::TempDir() + "c_api_saved.xml";
   EXPECT_EQ(tympora_save_xml_path(curve.p, saved.c_str()), 0) << tympora_error_description();
+  Handle read;
+  EXPECT_EQ(tympora_import_xml_file(other.p, saved.c_str(), &read.p), 0);
+  EXPECT_STREQ(tympora_interface_name(read.p), "_CStatus");
   EXPECT_EQ(std::remove(saved.c_str()), 0);
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);
@@ -151,6 +155,15 @@ TEST(CApiTest, ValuesKeepTheirKindsAndByReferenceArgumentsComeBack) {
   ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
   EXPECT_EQ(got.v.kind, TYMPORA_BOOL);
   EXPECT_EQ(got.v.value.boolean, 1);
+  Handle point;
+  ASSERT_EQ(tympora_create_object("Tympora.CCurveDatum", &point.p), 0);
+  Value input;
+  input.v.kind = TYMPORA_DOUBLE;
+  input.v.value.dbl = 65.25;
+  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYPUT, &input.v, 1, nullptr), 0);
+  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  EXPECT_EQ(got.v.kind, TYMPORA_DOUBLE);
+  EXPECT_EQ(got.v.value.dbl, 65.25);
 
   Handle node;
   ASSERT_EQ(tympora_query_interface(client.p, "_CNode", &node.p), 0);

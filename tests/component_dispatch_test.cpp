@@ -1,10 +1,10 @@
-// Late-bound dispatch, driven by the interface description: every member of
-// every interface is called with fitting arguments and with a wrong number
-// of them; then the by-reference arguments, the child lists and the errors.
+// Late-bound dispatch, driven by its tables: the description lists them
+// exactly, and every member of every interface is called with fitting
+// arguments and with a wrong number of them; then the by-reference
+// arguments, the child lists and the errors.
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,72 +19,18 @@ namespace {
 
 using testing::ErrorOf;
 
-struct ParsedParam {
-  std::string name, type;
-  bool by_ref = false, optional = false;
-};
-
-struct ParsedMember {
-  std::string itf;
-  InvokeKind kind = InvokeKind::Method;
-  std::string name;
-  std::vector<ParsedParam> params;
-  std::string result;  // empty for none
-};
-
-ParsedParam ParseParam(std::string text) {
-  ParsedParam p;
-  auto take = [&text](const std::string& word) {
-    if (text.rfind(word, 0) != 0) return false;
-    text.erase(0, word.size());
-    return true;
-  };
-  p.optional = take("optional ");
-  p.by_ref = take("ref ");
-  const size_t as = text.find(" As ");
-  p.name = text.substr(0, as);
-  p.type = text.substr(as + 4);
-  return p;
-}
-
-// "  get Name(a As T, ref b As U) As R" inside an "interface" block.
-ParsedMember ParseMember(const std::string& itf, const std::string& line) {
-  ParsedMember m;
-  m.itf = itf;
-  std::istringstream words(line);
-  std::string kind;
-  words >> kind;
-  m.kind = kind == "get"   ? InvokeKind::PropertyGet
-           : kind == "put" ? InvokeKind::PropertyPut
-                           : InvokeKind::Method;
-  const size_t open = line.find('('), close = line.find(')');
-  const size_t start = line.find(kind) + kind.size() + 1;
-  m.name = line.substr(start, open - start);
-  std::string params = line.substr(open + 1, close - open - 1);
-  for (size_t pos = 0; !params.empty();) {
-    const size_t comma = params.find(", ", pos);
-    m.params.push_back(ParseParam(params.substr(pos, comma - pos)));
-    if (comma == std::string::npos) break;
-    pos = comma + 2;
+// The description's line for `m`, written from the dispatch table.
+std::string MemberLine(const MemberInfo& m) {
+  std::string line = m.kind == InvokeKind::PropertyGet   ? "  get "
+                     : m.kind == InvokeKind::PropertyPut ? "  put "
+                                                         : "  method ";
+  line += std::string(m.name) + "(";
+  for (const ParamInfo& p : m.params) {
+    if (&p != m.params.data()) line += ", ";
+    line += std::string(p.optional ? "optional " : "") + (p.by_ref ? "ref " : "") +
+            std::string(p.name) + " As " + TypeName(p.type);
   }
-  if (line.size() > close + 1) m.result = line.substr(close + 5);
-  return m;
-}
-
-std::vector<ParsedMember> ParseDescription(const std::string& text) {
-  std::vector<ParsedMember> members;
-  std::istringstream in(text);
-  std::string line, itf;
-  while (std::getline(in, line)) {
-    if (line.rfind("interface ", 0) == 0) {
-      itf = line.substr(10, line.find(' ', 10) - 10);
-    } else if (line.empty()) {
-      itf.clear();
-    } else if (!itf.empty()) {
-      members.push_back(ParseMember(itf, line));
-    }
-  }
-  return members;
+  return line + ")" + (m.result.kind == TypeKind::Void ? "" : " As " + TypeName(m.result)) + "\n";
 }
 
 // The objects a member call needs: a folder for files and the document that
@@ -118,8 +64,8 @@ Dispatch MakeTarget(const ClassInfo& cls, std::string_view itf, Fixture& f) {
   return QueryInterface(object, itf);
 }
 
-Variant ArgFor(const ParsedParam& p, Fixture& f) {
-  const std::string& t = p.type;
+Variant ArgFor(const ParamInfo& p, Fixture& f) {
+  const std::string t = TypeName(p.type);
   if (t == "Int16") return Variant(int16_t{1});
   if (t == "Int32" || t == "StatusNum") return Variant(int32_t{1});
   if (t == "Double") return Variant(1.5);
@@ -141,87 +87,70 @@ Variant ArgFor(const ParsedParam& p, Fixture& f) {
   return Variant(child);
 }
 
-// True when `value` is of the kind the description declares.
-bool OfType(const Variant& value, const std::string& type) {
-  if (type.empty()) return value.IsEmpty();
-  if (type == "Variant") return true;
-  static const std::pair<const char*, VariantKind> kKinds[] = {
-      {"Int16", VariantKind::Int16},     {"Int32", VariantKind::Int32},
-      {"StatusNum", VariantKind::Int32}, {"Double", VariantKind::Double},
-      {"Date", VariantKind::Date},       {"String", VariantKind::String},
-      {"Boolean", VariantKind::Boolean}};
-  for (const auto& [name, kind] : kKinds) {
-    if (type == name) return value.Kind() == kind;
+// True when `value` is of the kind that the table declares.
+bool OfType(const Variant& value, TypeKind type) {
+  constexpr std::pair<TypeKind, VariantKind> kKinds[] = {
+      {TypeKind::Int16, VariantKind::Int16},   {TypeKind::Int32, VariantKind::Int32},
+      {TypeKind::Double, VariantKind::Double}, {TypeKind::Date, VariantKind::Date},
+      {TypeKind::String, VariantKind::String}, {TypeKind::Boolean, VariantKind::Boolean},
+      {TypeKind::Object, VariantKind::Object}};
+  if (type == TypeKind::Void) return value.IsEmpty();
+  for (const auto& [t, kind] : kKinds) {
+    if (t == type) return value.Kind() == kind;
   }
-  return value.Kind() == VariantKind::Object;
+  return true;  // a Variant
 }
 
-std::vector<const ClassInfo*> ClassesOffering(const std::string& itf) {
-  std::vector<const ClassInfo*> out;
-  for (const ClassInfo& cls : Library().Classes()) {
-    for (const InterfaceInfo* offered : cls.interfaces) {
-      if (offered->Name() == itf) out.push_back(&cls);
-    }
-  }
-  return out;
-}
-
+// Every interface's block of the description: its identifiers and member
+// count, then one line per member, exactly and in the order of the tables.
 TEST(DispatchTest, DescriptionListsExactlyTheDispatchTables) {
-  const std::vector<ParsedMember> parsed = ParseDescription(DescribeInterfaces());
-  size_t index = 0;
+  std::string expected;
   for (const InterfaceInfo& itf : Library().Interfaces()) {
-    for (const MemberInfo& m : itf.members) {
-      ASSERT_LT(index, parsed.size());
-      const ParsedMember& p = parsed[index++];
-      SCOPED_TRACE(p.itf + "." + p.name);
-      EXPECT_EQ(p.itf, itf.Name());
-      EXPECT_EQ(p.name, m.name);
-      EXPECT_EQ(p.kind, m.kind);
-      EXPECT_EQ(p.result, m.result.kind == TypeKind::Void ? "" : TypeName(m.result));
-      ASSERT_EQ(p.params.size(), m.params.size());
-      for (size_t i = 0; i < m.params.size(); ++i) {
-        EXPECT_EQ(p.params[i].name, m.params[i].name);
-        EXPECT_EQ(p.params[i].type, TypeName(m.params[i].type));
-        EXPECT_EQ(p.params[i].by_ref, m.params[i].by_ref);
-        EXPECT_EQ(p.params[i].optional, m.params[i].optional);
-      }
+    expected += "interface " + std::string(itf.Name()) + " " + std::string(itf.identity->iid);
+    if (!itf.identity->earlier_iid.empty()) {
+      expected += " earlier " + std::string(itf.identity->earlier_iid);
     }
+    expected += " members " + std::to_string(itf.members.size()) + "\n";
+    for (const MemberInfo& m : itf.members) expected += MemberLine(m);
+    expected += "\n";
   }
-  EXPECT_EQ(index, parsed.size());
+  const std::string text = DescribeInterfaces();
+  EXPECT_EQ(text.substr(text.find("\ninterface ") + 1), expected);
 }
 
 TEST(DispatchTest, EveryMemberRunsWithItsArgumentsAndRefusesAWrongCount) {
-  const std::vector<ParsedMember> members = ParseDescription(DescribeInterfaces());
-  ASSERT_GT(members.size(), 250u);
   const testing::TempDir dir;
   int calls = 0;
-  for (const ParsedMember& m : members) {
-    for (const ClassInfo* cls : ClassesOffering(m.itf)) {
-      SCOPED_TRACE(std::string(cls->identity->name) + " " + m.itf + "." + m.name);
-      Fixture f{dir};
-      const Dispatch target = MakeTarget(*cls, m.itf, f);
-      std::vector<Variant> args;
-      for (const ParsedParam& p : m.params) args.push_back(ArgFor(p, f));
-      if (m.name == "RaiseError") {
-        EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, args); }), 2001);
-      } else {
-        try {
-          const Variant result = Invoke(target, m.name, m.kind, args);
-          EXPECT_TRUE(OfType(result, m.result)) << "result kind " << int(result.Kind());
-        } catch (const Error& e) {
-          ADD_FAILURE() << e.Number() << " " << e.Description();
+  for (const ClassInfo& cls : Library().Classes()) {
+    for (const InterfaceInfo* itf : cls.interfaces) {
+      for (const MemberInfo& m : itf->members) {
+        SCOPED_TRACE(std::string(cls.identity->name) + " " + std::string(itf->Name()) + "." +
+                     std::string(m.name));
+        Fixture f{dir};
+        const Dispatch target = MakeTarget(cls, itf->Name(), f);
+        std::vector<Variant> args;
+        for (const ParamInfo& p : m.params) args.push_back(ArgFor(p, f));
+        if (m.name == "RaiseError") {
+          EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, args); }), 2001);
+        } else {
+          try {
+            const Variant result = Invoke(target, m.name, m.kind, args);
+            EXPECT_TRUE(OfType(result, m.result.kind)) << "result kind " << int(result.Kind());
+          } catch (const Error& e) {
+            ADD_FAILURE() << e.Number() << " " << e.Description();
+          }
         }
+        std::vector<Variant> more = args;
+        more.emplace_back(int32_t{1});
+        EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, more); }), kErrArgumentCount);
+        size_t required = 0;
+        while (required < m.params.size() && !m.params[required].optional) ++required;
+        if (required > 0) {
+          std::vector<Variant> fewer(args.begin(), args.begin() + (required - 1));
+          EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, fewer); }), kErrArgumentCount);
+        }
+        ++calls;
       }
-      std::vector<Variant> more = args;
-      more.emplace_back(int32_t{1});
-      EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, more); }), kErrArgumentCount);
-      size_t required = 0;
-      while (required < m.params.size() && !m.params[required].optional) ++required;
-      if (required > 0) {
-        std::vector<Variant> fewer(args.begin(), args.begin() + (required - 1));
-        EXPECT_EQ(ErrorOf([&] { Invoke(target, m.name, m.kind, fewer); }), kErrArgumentCount);
-      }
-      ++calls;
     }
   }
   EXPECT_GT(calls, 400);
@@ -312,6 +241,11 @@ TEST(DispatchTest, BadCallsGiveClearErrors) {
   const Dispatch node = QueryInterface(curve, "_CNode");
   const Dispatch list =
       QueryInterface(Invoke(own, "CurveData", InvokeKind::PropertyGet).AsObject());
+  constexpr InvokeKind kGet = InvokeKind::PropertyGet, kPut = InvokeKind::PropertyPut,
+                       kMethod = InvokeKind::Method;
+  const Variant distortion(CreateObject("Tympora.CDistortionDatum"));
+  const Variant status(CreateObject("Tympora.CStatus"));
+  const Variant a_node(std::make_shared<NodeObject>(DOMNode()));
   struct Case {
     const char* what;
     Dispatch target;
@@ -321,65 +255,20 @@ TEST(DispatchTest, BadCallsGiveClearErrors) {
     int32_t error;
   };
   const std::vector<Case> cases = {
-      {"unknown member", own, "Colour", InvokeKind::PropertyGet, {}, kErrNotSupported},
-      {"letter case", node, "nodename", InvokeKind::PropertyGet, {}, kErrNotSupported},
-      {"node member on own interface",
-       own,
-       "ExportXMLPath",
-       InvokeKind::Method,
-       {Variant("x")},
-       kErrNotSupported},
-      {"put on a get-only list",
-       own,
-       "CurveData",
-       InvokeKind::PropertyPut,
-       {Variant()},
-       kErrNotSupported},
-      {"text for a number",
-       own,
-       "FxTime0",
-       InvokeKind::PropertyPut,
-       {Variant("abc")},
-       kErrTypeMismatch},
-      {"overflow", own, "ID", InvokeKind::PropertyPut, {Variant(3e9)}, kErrOverflow},
-      {"Null for a number",
-       own,
-       "State",
-       InvokeKind::PropertyPut,
-       {Variant(kNull)},
-       kErrInvalidUseOfNull},
-      {"text for an object",
-       own,
-       "AddCurveDatum",
-       InvokeKind::Method,
-       {Variant("p")},
-       kErrTypeMismatch},
-      {"absent child", own, "AddCurveDatum", InvokeKind::Method, {Variant()}, kErrObjectNotSet},
-      {"child of another class",
-       own,
-       "AddCurveDatum",
-       InvokeKind::Method,
-       {Variant(CreateObject("Tympora.CDistortionDatum"))},
-       kErrTypeMismatch},
-      {"a status as a record",
-       list,
-       "Add",
-       InvokeKind::Method,
-       {Variant(CreateObject("Tympora.CStatus"))},
-       kErrTypeMismatch},
-      {"position out of range",
-       list,
-       "Item",
-       InvokeKind::PropertyGet,
-       {Variant(int32_t{1})},
-       kErrInvalidCall},
-      {"node as a document",
-       node,
-       "ExportXMLDocument",
-       InvokeKind::Method,
-       {Variant(std::make_shared<NodeObject>(DOMNode()))},
-       kErrTypeMismatch},
-      {"absent object", Dispatch(), "ID", InvokeKind::PropertyGet, {}, kErrObjectNotSet},
+      {"unknown member", own, "Colour", kGet, {}, kErrNotSupported},
+      {"letter case", node, "nodename", kGet, {}, kErrNotSupported},
+      {"node member on its own", own, "ExportXMLPath", kMethod, {Variant("x")}, kErrNotSupported},
+      {"put on a get-only list", own, "CurveData", kPut, {Variant()}, kErrNotSupported},
+      {"text for a number", own, "FxTime0", kPut, {Variant("abc")}, kErrTypeMismatch},
+      {"overflow", own, "ID", kPut, {Variant(3e9)}, kErrOverflow},
+      {"Null for a number", own, "State", kPut, {Variant(kNull)}, kErrInvalidUseOfNull},
+      {"text for an object", own, "AddCurveDatum", kMethod, {Variant("p")}, kErrTypeMismatch},
+      {"absent child", own, "AddCurveDatum", kMethod, {Variant()}, kErrObjectNotSet},
+      {"child of another class", own, "AddCurveDatum", kMethod, {distortion}, kErrTypeMismatch},
+      {"a status as a record", list, "Add", kMethod, {status}, kErrTypeMismatch},
+      {"position out of range", list, "Item", kGet, {Variant(int32_t{1})}, kErrInvalidCall},
+      {"node as a document", node, "ExportXMLDocument", kMethod, {a_node}, kErrTypeMismatch},
+      {"absent object", Dispatch(), "ID", kGet, {}, kErrObjectNotSet},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);

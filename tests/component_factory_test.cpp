@@ -19,6 +19,7 @@ namespace tympora {
 namespace {
 
 using testing::ErrorOf;
+using namespace std::string_literals;
 
 std::string Lower(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -108,7 +109,9 @@ TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
   }
 }
 
-TEST(FactoryTest, EveryCreatableClassByNameAndById) {
+// Each creatable class by name and by id, through its factory, and each
+// record through its own interface and the node interface.
+TEST(FactoryTest, EveryCreatableClassByNameAndByIdWithItsInterfaces) {
   for (const ClassIdentity* cls : Creatable()) {
     SCOPED_TRACE(cls->name);
     const std::string clsid(cls->clsid);
@@ -125,37 +128,10 @@ TEST(FactoryTest, EveryCreatableClassByNameAndById) {
       EXPECT_EQ(Invoke(own, zero_member, InvokeKind::PropertyGet), Variant(int32_t{0}));
     }
     const std::shared_ptr<ClassFactory> factory = GetClassFactory(ProgId(*cls));
-    const ObjectPtr a = factory->CreateInstance(), b = factory->CreateInstance();
-    EXPECT_NE(a, b);
-    EXPECT_EQ(Library().ClassOf(*a)->identity, cls);
-  }
-}
-
-TEST(FactoryTest, NonCreatableAndUnknownNamesAreRefused) {
-  const std::string node_id(FindClassIdentity("Tympora.CNode")->clsid);
-  for (const std::string& name :
-       {std::string("Tympora.CNode"), node_id, std::string("Tympora.Collection"),
-        std::string("Tympora.DOMDocument"), std::string("CClients"),
-        std::string("Tympora.cclients"), std::string("Tympora."), std::string(""),
-        std::string("Other.CClients"), std::string("{00000000-0000-0000-0000-000000000000}")}) {
-    SCOPED_TRACE(name);
-    try {
-      CreateObject(name);
-      ADD_FAILURE() << "created";
-    } catch (const Error& e) {
-      EXPECT_EQ(e.Number(), kErrCannotCreate);
-      EXPECT_NE(e.Description().find('"' + name + '"'), std::string::npos) << e.Description();
-      EXPECT_EQ(e.Source(), kLibrarySource);
-    }
-    EXPECT_EQ(ErrorOf([&] { GetClassFactory(name); }), kErrCannotCreate);
-  }
-}
-
-TEST(FactoryTest, EachRecordOffersItsOwnInterfaceAndTheNodeInterface) {
-  for (const ClassIdentity* cls : Creatable()) {
+    const ObjectPtr object = factory->CreateInstance(), other = factory->CreateInstance();
+    EXPECT_NE(object, other);
+    EXPECT_EQ(Library().ClassOf(*object)->identity, cls);
     if (!cls->node_interface) continue;
-    SCOPED_TRACE(cls->name);
-    const ObjectPtr object = CreateObject(ProgId(*cls));
     const InterfaceIdentity& own_id = *FindInterfaceIdentity(cls->default_interface);
     const Dispatch node = QueryInterface(object, "_CNode");
     EXPECT_EQ(node.Interface()->Name(), "_CNode");
@@ -173,6 +149,25 @@ TEST(FactoryTest, EachRecordOffersItsOwnInterfaceAndTheNodeInterface) {
       EXPECT_EQ(Invoke(own, "ID", InvokeKind::PropertyGet), Variant(int32_t{42}));
     }
     EXPECT_EQ(ErrorOf([&] { QueryInterface(object, "_CStatus"); }), kErrNoInterface);
+  }
+}
+
+TEST(FactoryTest, NonCreatableAndUnknownNamesAndInterfacesAreRefused) {
+  const std::string node_id(FindClassIdentity("Tympora.CNode")->clsid);
+  for (const std::string& name :
+       {"Tympora.CNode"s, node_id, "Tympora.Collection"s, "Tympora.DOMDocument"s, "CClients"s,
+        "Tympora.cclients"s, "Tympora."s, ""s, "Other.CClients"s,
+        "{00000000-0000-0000-0000-000000000000}"s}) {
+    SCOPED_TRACE(name);
+    try {
+      CreateObject(name);
+      ADD_FAILURE() << "created";
+    } catch (const Error& e) {
+      EXPECT_EQ(e.Number(), kErrCannotCreate);
+      EXPECT_NE(e.Description().find('"' + name + '"'), std::string::npos) << e.Description();
+      EXPECT_EQ(e.Source(), kLibrarySource);
+    }
+    EXPECT_EQ(ErrorOf([&] { GetClassFactory(name); }), kErrCannotCreate);
   }
   const ObjectPtr status = CreateObject("Tympora.CStatus");
   EXPECT_EQ(ErrorOf([&] { QueryInterface(status, "_CNode"); }), kErrNoInterface);
@@ -219,18 +214,16 @@ std::map<std::string, std::string> Snapshot(const std::filesystem::path& folder)
   return files;
 }
 
-// Sets an environment variable for the life of the guard.
-class EnvGuard {
- public:
-  EnvGuard(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
+// Sets (or, for NULL, unsets) an environment variable for the life of the
+// guard.
+struct EnvGuard {
+  EnvGuard(const char* name, const char* value) : name(name) {
+    if (const char* was = std::getenv(name)) old = was;
     value ? setenv(name, value, 1) : unsetenv(name);
   }
-  ~EnvGuard() { old_.empty() ? unsetenv(name_) : setenv(name_, old_.c_str(), 1); }
-
- private:
-  const char* name_;
-  std::string old_;
+  ~EnvGuard() { old.empty() ? unsetenv(name) : setenv(name, old.c_str(), 1); }
+  const char* name;
+  std::string old;
 };
 
 TEST(RegistryTest, RegisterThenUnregisterLeavesTheFolderAsItWas) {

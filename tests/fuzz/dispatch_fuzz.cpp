@@ -17,6 +17,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,7 @@
 #include "tympora/component/identity.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/file_layer.hpp"
+#include "tympora/node/status.hpp"
 
 namespace {
 
@@ -52,43 +54,25 @@ const std::string& ScratchFile() {
 }
 
 Variant MakeArgument(FuzzedDataProvider& in, const std::vector<ObjectPtr>& pool) {
-  switch (in.ConsumeIntegralInRange<int>(0, 9)) {
-    case 0:
-      return Variant();
-    case 1:
-      return Variant(kNull);
-    case 2:
-      return Variant(in.ConsumeIntegral<int16_t>());
-    case 3:
-      return Variant(in.ConsumeIntegral<int32_t>());
-    case 4:
-      return Variant(in.ConsumeFloatingPoint<double>());
-    case 5:
-      return Variant(Date(in.ConsumeFloatingPoint<double>()));
-    case 6:
-      return Variant(in.ConsumeBool());
-    case 7:
-      return Variant(ObjectPtr());
-    case 8:
-      if (!pool.empty())
-        return Variant(pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)]);
-      return Variant(ObjectPtr());
-    default:
-      return Variant(in.ConsumeRandomLengthString(64));
-  }
+  const int kind = in.ConsumeIntegralInRange<int>(0, 9);
+  if (kind == 0) return Variant();
+  if (kind == 1) return Variant(kNull);
+  if (kind == 2) return Variant(in.ConsumeIntegral<int16_t>());
+  if (kind == 3) return Variant(in.ConsumeIntegral<int32_t>());
+  if (kind == 4) return Variant(in.ConsumeFloatingPoint<double>());
+  if (kind == 5) return Variant(Date(in.ConsumeFloatingPoint<double>()));
+  if (kind == 6) return Variant(in.ConsumeBool());
+  if (kind == 7 || (kind == 8 && pool.empty())) return Variant(ObjectPtr());
+  if (kind == 8) return Variant(pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)]);
+  return Variant(in.ConsumeRandomLengthString(64));
 }
 
+// A member kind: a method, a get, a put, or any number at all.
 InvokeKind MakeKind(FuzzedDataProvider& in) {
-  switch (in.ConsumeIntegralInRange<int>(0, 3)) {
-    case 0:
-      return InvokeKind::Method;
-    case 1:
-      return InvokeKind::PropertyGet;
-    case 2:
-      return InvokeKind::PropertyPut;
-    default:
-      return static_cast<InvokeKind>(in.ConsumeIntegral<int32_t>());
-  }
+  const int kind = in.ConsumeIntegralInRange<int>(0, 3);
+  if (kind < 3)
+    return std::array{InvokeKind::Method, InvokeKind::PropertyGet, InvokeKind::PropertyPut}[kind];
+  return static_cast<InvokeKind>(in.ConsumeIntegral<int32_t>());
 }
 
 // The interface to call through: the default one, one of the object's own,
@@ -115,15 +99,12 @@ void Trace(const Dispatch& itf, const std::string& name, InvokeKind kind,
   std::fprintf(stderr, " )\n");
 }
 
-// Reports a status object that carries the internal error.
+// Reports a status that carries the internal error.
 void CheckResult(const Variant& result) {
-  if (result.Kind() != VariantKind::Object || !result.AsObject()) return;
-  const Dispatch itf = QueryInterface(result.AsObject());
-  if (itf.Interface()->Name() != "_CStatus") return;
-  const Variant number = Invoke(itf, "Number", InvokeKind::PropertyGet);
-  if (number == Variant(int32_t{kErrInternal})) {
-    const Variant text = Invoke(itf, "Description", InvokeKind::PropertyGet);
-    Broken("a member returned the internal error", text.AsString());
+  if (result.Kind() != VariantKind::Object) return;
+  const auto status = std::dynamic_pointer_cast<CStatus>(result.AsObject());
+  if (status && status->Number() == kErrInternal) {
+    Broken("a member returned the internal error", status->Description());
   }
 }
 

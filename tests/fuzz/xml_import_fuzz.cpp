@@ -1,6 +1,5 @@
 // Fuzzes the import road: any bytes are parsed as a document, the document
 // element is imported into a client list, and the list is exported again.
-//
 // Besides "no crash, leak or sanitizer report" it checks:
 // - a text that does not parse leaves the document empty, with a reason and
 //   a position;
@@ -43,8 +42,14 @@ using namespace tympora;
 }
 
 std::string Describe(const StatusPtr& status) {
+  if (!status) return "no status";
   return std::to_string(status->Number()) + " " + status->Description() + " [" + status->Source() +
          "]";
+}
+
+// Breaks at `step` unless `status` reports success.
+void RequireSuccess(const StatusPtr& status, const char* step) {
+  if (!status || status->Number() != 0) Broken(step, Describe(status));
 }
 
 // Imports the element text `xml` (parsed with whitespace kept) into a new list.
@@ -54,16 +59,14 @@ std::shared_ptr<CClients> ImportText(const std::string& xml, const char* step) {
   if (!doc.loadXML(xml)) Broken(step, doc.parseError().reason + "\n" + xml);
   auto clients = std::make_shared<CClients>();
   DOMNode root = doc.documentElement();
-  StatusPtr status = clients->ImportXMLNode(root);
-  if (!status || status->Number() != 0) Broken(step, (status ? Describe(status) : "no status"));
+  RequireSuccess(clients->ImportXMLNode(root), step);
   return clients;
 }
 
 // The record's element as ExportXMLDocument builds it.
 std::string ExportElement(CClients& clients, DOMDocument& doc, const char* step) {
   doc = DOMDocument();
-  StatusPtr status = clients.ExportXMLDocument(doc);
-  if (!status || status->Number() != 0) Broken(step, status ? Describe(status) : "no status");
+  RequireSuccess(clients.ExportXMLDocument(doc), step);
   return doc.documentElement().xml();
 }
 
@@ -83,11 +86,8 @@ void CheckFileRoad(CClients& clients, const DOMDocument& exported) {
                                       .string();
   // Registered after `path` is made, so it runs before `path` is destroyed.
   [[maybe_unused]] static const int removal = std::atexit([] { std::remove(path.c_str()); });
-  StatusPtr status = clients.ExportXMLPath(path);
-  if (!status || status->Number() != 0) {
-    Broken("ExportXMLPath failed where ExportXMLDocument succeeded",
-           status ? Describe(status) : "no status");
-  }
+  RequireSuccess(clients.ExportXMLPath(path),
+                 "ExportXMLPath failed where ExportXMLDocument succeeded");
   std::stringstream file;
   file << std::ifstream(path, std::ios::binary).rdbuf();
   DOMDocument reparsed = DOMDocument::New();
