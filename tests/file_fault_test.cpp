@@ -31,6 +31,35 @@
 #include "tympora/records/clients.hpp"
 
 namespace tympora {
+
+// Shared with file_layer_test and node_utility_test, which declare them.
+// Starts `child` in a forked process with a file table of its own.
+pid_t SpawnChild(const std::function<int()>& child) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    FileCloseAll();
+    ::_exit(child());
+  }
+  return pid;
+}
+
+// The exit code of the process `pid`, or -1 when it did not exit.
+int ReapChild(pid_t pid) {
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The names in `dir`, sorted, so that a left-over temporary file shows.
+std::vector<std::string> FolderNames(const std::filesystem::path& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 namespace {
 
 using testing::ReadFile;
@@ -40,29 +69,16 @@ std::shared_ptr<CClients> SmallClinic() {
   return support::BuildScrambledClinic({.clients = 2, .curve_points = 2, .distortion_points = 1});
 }
 
-// The names in `dir`, sorted, so that a left-over temporary file shows.
-std::vector<std::string> Names(const std::filesystem::path& dir) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
+// What stands at `path`: inode, type, device and size, all 0 when nothing.
+auto Look(const std::string& path) {
+  struct stat s {};
+  ::lstat(path.c_str(), &s);
+  return std::tuple(s.st_ino, s.st_mode, s.st_rdev, s.st_size);
 }
 
 // The two roads that write a record to a path.
 StatusPtr Write(bool save, RecordBase& record, const std::string& path) {
   return save ? record.SaveXMLPath(path) : record.ExportXMLPath(path);
-}
-
-// Makes a listening Unix socket at `path`; the socket file outlives it.
-void MakeSocket(const std::string& path) {
-  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  ::close(fd);
 }
 
 // Only a regular file or a link is ever replaced; anything else at the path
@@ -72,7 +88,15 @@ TEST(FileFaultTest, WhatStandsAtThePathDecides) {
   const std::tuple<const char*, std::function<void(const std::string&)>, int32_t> rows[] = {
       {"folder", [](auto& p) { std::filesystem::create_directory(p); }, kErrPathFileAccess},
       {"fifo", [](auto& p) { ASSERT_EQ(::mkfifo(p.c_str(), 0600), 0); }, kErrPathFileAccess},
-      {"socket", MakeSocket, kErrPathFileAccess},
+      {"socket",
+       [](auto& p) {
+         sockaddr_un address{AF_UNIX, {}};
+         p.copy(address.sun_path, sizeof address.sun_path - 1);
+         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+         ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+         ::close(fd);  // the socket file outlives it
+       },
+       kErrPathFileAccess},
       {"device", [](auto& p) { ::mknod(p.c_str(), S_IFCHR | 0600, makedev(1, 3)); },
        kErrPathFileAccess},
       {"file in a read-only folder",
@@ -92,42 +116,17 @@ TEST(FileFaultTest, WhatStandsAtThePathDecides) {
       const std::string path =
           expected == kErrPathNotFound ? dir / "missing/out.xml" : dir / "out.xml";
       make(path);
-      struct stat before {
-      }, after{};
-      const bool there = ::lstat(path.c_str(), &before) == 0;
-      EXPECT_TRUE(there || expected == kErrPathNotFound);
-      const std::vector<std::string> names = Names(dir.path());
+      const auto before = Look(path);
+      EXPECT_EQ(std::get<0>(before) == 0, expected == kErrPathNotFound);
+      const std::vector<std::string> names = FolderNames(dir.path());
       const StatusPtr status = Write(save, *SmallClinic(), path);
       EXPECT_EQ(status->Number(), expected) << status->Description();
       EXPECT_NE(status->Description().find(path), std::string::npos) << status->Description();
-      if (there) {
-        ASSERT_EQ(::lstat(path.c_str(), &after), 0);
-        EXPECT_EQ(after.st_ino, before.st_ino);
-        EXPECT_EQ(after.st_mode, before.st_mode);
-        EXPECT_EQ(after.st_rdev, before.st_rdev);
-        EXPECT_EQ(after.st_size, before.st_size);
-      }
-      EXPECT_EQ(Names(dir.path()), names);
+      EXPECT_EQ(Look(path), before);
+      EXPECT_EQ(FolderNames(dir.path()), names);
       ::chmod(dir.path().c_str(), 0755);
     }
   }
-}
-
-// Starts `child` in a forked process with a file table of its own.
-pid_t Spawn(const std::function<int()>& child) {
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    FileCloseAll();
-    ::_exit(child());
-  }
-  return pid;
-}
-
-// The exit code of the process `pid`, or -1 when it did not exit.
-int Reap(pid_t pid) {
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 // A disk that fills up half way: the export leaves an empty file, never a
@@ -151,35 +150,34 @@ TEST(FileFaultTest, AFullDiskLeavesNoPartialDocument) {
     SCOPED_TRACE(save);
     const StatusPtr status = Write(save, *big, path);
     EXPECT_EQ(status->Number(), kErrDiskFull) << status->Description();
-    EXPECT_EQ(Names(dir.path()), std::vector<std::string>{"clinic.xml"});
+    EXPECT_EQ(FolderNames(dir.path()), std::vector<std::string>{"clinic.xml"});
     EXPECT_EQ(ReadFile(path), save ? old : "");
   }
 }
 
-// A probe that, once inside its export, keeps its file open until the rival
-// writer has finished or is inside too; both inside would mean that both own
-// the path at once.
+// What two racing writers share, also across a fork.
 struct Shared {
   std::atomic<int> ready{0}, inside{0}, done{0};
 };
-struct HoldingProbe : testing::Probe {
-  explicit HoldingProbe(Shared& shared) : shared(shared) {}
-  StatusPtr ExportXMLFileHandle(int16_t n) override {
-    shared.inside.fetch_add(1);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (shared.done.load() == 0 && shared.inside.load() < 2 &&
-           std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(std::chrono::microseconds(20));
-    }
-    return Probe::ExportXMLFileHandle(n);
-  }
-  Shared& shared;
-};
 
 // One writer of a round: starts with its rival, exports, and returns the
-// status number (255 for a number that an exit code cannot hold).
+// status number (255 for a number that an exit code cannot hold). Once
+// inside its export, it keeps its file open until the rival has finished or
+// is inside too; both inside would mean that both own the path at once.
 int RaceOnce(Shared& shared, const std::string& path, const char* name) {
-  HoldingProbe probe(shared);
+  struct HoldingProbe : testing::Probe {
+    Shared* shared = nullptr;
+    StatusPtr ExportXMLFileHandle(int16_t n) override {
+      shared->inside.fetch_add(1);
+      const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+      while (shared->done.load() == 0 && shared->inside.load() < 2 &&
+             std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+      }
+      return Probe::ExportXMLFileHandle(n);
+    }
+  } probe;
+  probe.shared = &shared;
   probe.name = name;
   shared.ready.fetch_add(1);
   while (shared.ready.load() < 2) std::this_thread::yield();
@@ -199,9 +197,9 @@ TEST(FileFaultTest, TwoWritersToOnePathNeverBothSucceed) {
   ASSERT_NE(shared, MAP_FAILED);
   const std::function<std::pair<int, int>()> runs[] = {
       [&] {
-        const pid_t a = Spawn([&] { return RaceOnce(*shared, path, "A"); });
-        const pid_t b = Spawn([&] { return RaceOnce(*shared, path, "B"); });
-        return std::pair(Reap(a), Reap(b));
+        const pid_t a = SpawnChild([&] { return RaceOnce(*shared, path, "A"); });
+        const pid_t b = SpawnChild([&] { return RaceOnce(*shared, path, "B"); });
+        return std::pair(ReapChild(a), ReapChild(b));
       },
       [&] {
         int b = 0;
@@ -315,11 +313,11 @@ TEST(FileFaultTest, ASecondWriterIsKeptOut) {
       const int32_t saved = SmallClinic()->SaveXMLPath(path)->Number();
       return (opened != expected) | ((exported != expected) << 1) | ((saved != expected) << 2);
     };
-    EXPECT_EQ(forked ? Reap(Spawn(second_writer)) : second_writer(), 0);
+    EXPECT_EQ(forked ? ReapChild(SpawnChild(second_writer)) : second_writer(), 0);
     FileWrite(number, ", still");
     FileClose(number);
     EXPECT_EQ(ReadFile(path), "first writer, still");
-    EXPECT_EQ(Names(dir.path()), std::vector<std::string>{"busy.xml"});
+    EXPECT_EQ(FolderNames(dir.path()), std::vector<std::string>{"busy.xml"});
     EXPECT_EQ(SmallClinic()->ExportXMLPath(path)->Number(), 0);
   }
 }
@@ -339,7 +337,7 @@ TEST(FileFaultTest, AKilledSaveLeavesTheOldOrTheNewFile) {
   // One save runs to its end, as the killed ones would: how long it takes
   // sets the range of the kill times.
   const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(Reap(Spawn(save_newer)), 0);
+  ASSERT_EQ(ReapChild(SpawnChild(save_newer)), 0);
   const auto save_time = std::chrono::steady_clock::now() - start;
   const std::string new_text = testing::WithoutCreationDate(ReadFile(path));
   ASSERT_EQ(older->SaveXMLPath(path)->Number(), 0);
@@ -351,11 +349,11 @@ TEST(FileFaultTest, AKilledSaveLeavesTheOldOrTheNewFile) {
   std::uniform_int_distribution<int64_t> delay(0, save_time.count() * 12 / 10);
   int olds = 0, news = 0;
   for (int round = 0; round < 40; ++round) {
-    const pid_t child = Spawn(save_newer);
+    const pid_t child = SpawnChild(save_newer);
     std::this_thread::sleep_for(std::chrono::steady_clock::duration(delay(random)));
     ::kill(child, SIGKILL);
-    Reap(child);
-    for (const std::string& name : Names(dir.path())) {  // a killed save's temporary file
+    ReapChild(child);
+    for (const std::string& name : FolderNames(dir.path())) {  // a killed save's temporary file
       if (name != "clinic.xml") std::filesystem::remove(dir / name);
     }
     const std::string text = testing::WithoutCreationDate(ReadFile(path));
