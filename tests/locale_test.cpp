@@ -21,16 +21,17 @@ using testing::ErrorOf;
 using testing::LocaleGuard;
 
 // The settings of each locale, as "order|date separator|ISO|12-hour|am|pm|
-// time separator|decimal|thousands", and 22 November 2026, 15:04:05 in its form.
+// time separator|decimal|thousands", and 22 November 2026, 15:04:05,
+// -1234.25 and 1.5E-05 in its form; the export form of .5 follows no locale.
 TEST(LocaleSettings, DerivedFromTheLocaleDatabase) {
   const std::tuple<const char*, const char*, const char*> cases[] = {
-      {"C", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05"},
-      {"POSIX", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05"},
-      {"C.UTF-8", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05"},
-      {"en_US.UTF-8", "mdy|/|0|1|AM|PM|:|.|,", "11/22/2026 03:04:05 PM"},
-      {"de_DE.UTF-8", "dmy|.|0|0|||:|,|.", "22.11.2026 15:04:05"},
+      {"C", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05|-1234.25|1.5E-05| .5"},
+      {"POSIX", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05|-1234.25|1.5E-05| .5"},
+      {"C.UTF-8", "ymd|-|1|0|AM|PM|:|.|", "2026-11-22 15:04:05|-1234.25|1.5E-05| .5"},
+      {"en_US.UTF-8", "mdy|/|0|1|AM|PM|:|.|,", "11/22/2026 03:04:05 PM|-1234.25|1.5E-05| .5"},
+      {"de_DE.UTF-8", "dmy|.|0|0|||:|,|.", "22.11.2026 15:04:05|-1234,25|1,5E-05| .5"},
       // A two-digit year in the locale's form is written with four digits.
-      {"en_GB.UTF-8", "dmy|/|0|0|am|pm|:|.|,", "22/11/2026 15:04:05"},
+      {"en_GB.UTF-8", "dmy|/|0|0|am|pm|:|.|,", "22/11/2026 15:04:05|-1234.25|1.5E-05| .5"},
   };
   for (const auto& [name, settings, example] : cases) {
     SCOPED_TRACE(name);
@@ -43,7 +44,9 @@ TEST(LocaleSettings, DerivedFromTheLocaleDatabase) {
               settings);
     LocaleGuard locale(name);
     EXPECT_EQ(CurrentLocale().name, name);
-    EXPECT_EQ(ValueToText(MakeDate(2026, 11, 22, 15, 4, 5)), example);
+    EXPECT_EQ(ValueToText(MakeDate(2026, 11, 22, 15, 4, 5)) + "|" + ToString(Variant(-1234.25)) +
+                  "|" + ToString(Variant(1.5e-5)) + "|" + ValueToText(0.5),
+              example);
   }
 }
 
