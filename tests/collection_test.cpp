@@ -17,43 +17,32 @@ using testing::ErrorOf;
 struct Item : StandaloneNode {};  // any CNode will do
 using Items = Collection<CNode>;
 
-TEST(CollectionTest, DuplicateKeyRaises457AndLeavesListUnchanged) {
-  Items list;
-  auto first = std::make_shared<Item>();
-  list.Add(first, "7");
-  EXPECT_EQ(ErrorOf([&] { list.Add(std::make_shared<Item>(), "7"); }), kErrDuplicateKey);
-  ASSERT_EQ(list.Count(), 1);
-  EXPECT_EQ(list.Item(1), first);
-  // Keys are compared exactly: other text, other key.
-  list.Add(std::make_shared<Item>(), "07");
-  list.Add(std::make_shared<Item>(), " 7");
-  EXPECT_EQ(list.Count(), 3);
-}
-
+// A refused call raises its error and leaves the list as it was.
 TEST(CollectionTest, BadArgumentsRaiseClearErrors) {
-  Items list;
-  list.Add(std::make_shared<Item>(), "a");
+  struct Other : StandaloneNode {};
+  Collection<Item> list;  // typed: a node of another class is refused
+  const auto first = std::make_shared<Item>();
+  list.Add(first, "7");
   const std::tuple<const char*, std::function<void()>, int32_t> cases[] = {
+      {"duplicate key", [&] { list.Add(std::make_shared<Item>(), "7"); }, kErrDuplicateKey},
       {"item 0", [&] { list.Item(0); }, kErrInvalidCall},
       {"item past the end", [&] { list.Item(2); }, kErrInvalidCall},
       {"remove 0", [&] { list.Remove(0); }, kErrInvalidCall},
       {"remove past the end", [&] { list.Remove(2); }, kErrInvalidCall},
       {"absent item", [&] { list.Add(nullptr, "b"); }, kErrObjectNotSet},
       {"absent node", [&] { list.AddNode(nullptr, "b"); }, kErrObjectNotSet},
+      {"another class", [&] { list.AddNode(std::make_shared<Other>(), "b"); }, kErrTypeMismatch},
   };
   for (const auto& [name, call, number] : cases) {
     SCOPED_TRACE(name);
     EXPECT_EQ(ErrorOf(call), number);
-    EXPECT_EQ(list.Count(), 1);
+    ASSERT_EQ(list.Count(), 1);
+    EXPECT_EQ(list.Item(1), first);
   }
-}
-
-TEST(CollectionTest, TypedListRefusesNodesOfAnotherClass) {
-  struct Other : StandaloneNode {};
-  Collection<Item> list;
-  EXPECT_EQ(ErrorOf([&] { list.AddNode(std::make_shared<Other>(), "x"); }), kErrTypeMismatch);
-  list.AddNode(std::make_shared<Item>(), "x");
-  EXPECT_EQ(list.Count(), 1);
+  // Keys are compared exactly: other text, other key.
+  list.Add(std::make_shared<Item>(), "07");
+  list.AddNode(std::make_shared<Item>(), " 7");
+  EXPECT_EQ(list.Count(), 3);
 }
 
 // Random additions and removals at every position, checked after each step
@@ -61,7 +50,8 @@ TEST(CollectionTest, TypedListRefusesNodesOfAnotherClass) {
 // lookups stay in step. Run with everyday keys, and with keys chosen to share
 // one probe run under a seed the test installs, which exercises removal from
 // long runs.
-void RandomEditsMatchAPlainList(const std::vector<int32_t>& ids) {
+void RandomEditsMatchAPlainList(const std::vector<int32_t>& ids, const char* keys) {
+  SCOPED_TRACE(keys);
   Items list;
   std::vector<std::pair<std::string, std::shared_ptr<CNode>>> model;
   uint64_t state = 12345;
@@ -109,16 +99,10 @@ TEST(CollectionTest, RandomEditsMatchAPlainList) {
             (std::vector<int32_t>{365, 1030, 1476}));
   std::vector<int32_t> everyday(300);
   std::iota(everyday.begin(), everyday.end(), 0);
-  {
-    SCOPED_TRACE("everyday keys");
-    RandomEditsMatchAPlainList(everyday);
-  }
-  {
-    SCOPED_TRACE("colliding keys under their seed");
-    testing_hooks::SetListSeed(&known);
-    RandomEditsMatchAPlainList(colliding);
-    testing_hooks::SetListSeed(nullptr);
-  }
+  RandomEditsMatchAPlainList(everyday, "everyday keys");
+  testing_hooks::SetListSeed(&known);
+  RandomEditsMatchAPlainList(colliding, "colliding keys under their seed");
+  testing_hooks::SetListSeed(nullptr);
   // Under the seed that lists really take, the same keys spread over the
   // table: about 300 * 4 / 1024 of them in those first slots, not 300.
   const key_index::KeySeed real = key_index::NewListSeed();

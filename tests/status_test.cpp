@@ -45,18 +45,19 @@ TEST(StatusTest, SetErrorTable) {
 
 // What a raised error carries through OperatorEqualsErr, for each kind of
 // exception a frame may catch; frame B raises it again unchanged after its
-// cleanup, which runs only after a failure.
-TEST(StatusTest, OperatorEqualsErrCopiesWhateverIsHandled) {
-  CStatus full;
-  full.SetError(2005, "Supplied This Node Parameter");
-  full.HelpFile("help.chm");
-  full.HelpContext(42);
+// cleanup, which runs only after a failure. OperatorEquals copies all five
+// values too, and refuses an absent status.
+TEST(StatusTest, OperatorEqualsErrAndOperatorEqualsCopyAllFive) {
+  const auto full = std::make_shared<CStatus>();
+  full->SetError(2005, "Supplied This Node Parameter");
+  full->HelpFile("help.chm");
+  full->HelpContext(42);
   const Values all_five{2005, "Object parameter 1 is not initialized.", "help.chm", 42,
                         "Supplied This Node Parameter"};
   int cleanups = 0;
   const std::tuple<const char*, std::function<void()>, Values> cases[] = {
-      {"status raised", [&] { full.RaiseError(); }, all_five},
-      {"through frame B", [&] { RunFrameB([&] { full.RaiseError(); }, [&] { ++cleanups; }); },
+      {"status raised", [&] { full->RaiseError(); }, all_five},
+      {"through frame B", [&] { RunFrameB([&] { full->RaiseError(); }, [&] { ++cleanups; }); },
        all_five},
       {"number 0", [] { CStatus().RaiseError(); }, {0, "", "", 0, ""}},
       {"platform", [] { RaisePlatformError(kErrOverflow); }, {6, "Overflow", "", 0, "Tympora"}},
@@ -81,19 +82,11 @@ TEST(StatusTest, OperatorEqualsErrCopiesWhateverIsHandled) {
   EXPECT_EQ(cleanups, 1);
   RunFrameB([] {}, [&] { ++cleanups; });
   EXPECT_EQ(cleanups, 1);
-}
-
-TEST(StatusTest, OperatorEqualsCopiesAllFiveAndRefusesAbsent) {
-  auto other = std::make_shared<CStatus>();
-  other->SetError(2002, "src");
-  other->HelpFile("f");
-  other->HelpContext(9);
-  CStatus s;
-  s.OperatorEquals(other);
-  EXPECT_EQ(Of(s), (Values{2002, "Supplied path invalid or missing.", "f", 9, "src"}));
-  s.SetError(2001, "keep");
-  EXPECT_EQ(testing::ErrorOf([&] { s.OperatorEquals(nullptr); }), kErrObjectNotSet);
-  EXPECT_EQ(Of(s), (Values{2001, "Not implemented.", "f", 9, "keep"}));
+  CStatus copy;
+  copy.OperatorEquals(full);
+  EXPECT_EQ(Of(copy), all_five);
+  EXPECT_EQ(testing::ErrorOf([&] { copy.OperatorEquals(nullptr); }), kErrObjectNotSet);
+  EXPECT_EQ(Of(copy), all_five);
 }
 
 TEST(StatusTest, FrameAReturnsInsteadOfThrowing) {
