@@ -6,10 +6,8 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,15 +86,7 @@ TEST(FileFaultTest, WhatStandsAtThePathDecides) {
   const std::tuple<const char*, std::function<void(const std::string&)>, int32_t> rows[] = {
       {"folder", [](auto& p) { std::filesystem::create_directory(p); }, kErrPathFileAccess},
       {"fifo", [](auto& p) { ASSERT_EQ(::mkfifo(p.c_str(), 0600), 0); }, kErrPathFileAccess},
-      {"socket",
-       [](auto& p) {
-         sockaddr_un address{AF_UNIX, {}};
-         p.copy(address.sun_path, sizeof address.sun_path - 1);
-         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-         ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-         ::close(fd);  // the socket file outlives it
-       },
-       kErrPathFileAccess},
+      {"socket", [](auto& p) { ::mknod(p.c_str(), S_IFSOCK | 0600, 0); }, kErrPathFileAccess},
       {"device", [](auto& p) { ::mknod(p.c_str(), S_IFCHR | 0600, makedev(1, 3)); },
        kErrPathFileAccess},
       {"file in a read-only folder",
@@ -138,10 +128,8 @@ TEST(FileFaultTest, AFullDiskLeavesNoPartialDocument) {
   if (::mount("tmpfs", dir.path().c_str(), "tmpfs", 0, "size=256k") != 0) {
     GTEST_SKIP() << "cannot mount a tmpfs: " << std::strerror(errno);
   }
-  struct Unmount {
-    std::string at;
-    ~Unmount() { ::umount2(at.c_str(), MNT_DETACH); }
-  } unmount{dir.path().string()};
+  const std::shared_ptr<void> unmount(nullptr,
+                                      [&](void*) { ::umount2(dir.path().c_str(), MNT_DETACH); });
   const std::string path = dir / "clinic.xml";
   ASSERT_EQ(SmallClinic()->SaveXMLPath(path)->Number(), 0);
   const std::string old = ReadFile(path);

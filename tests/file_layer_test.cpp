@@ -33,9 +33,7 @@ using testing::WriteFile;
 
 // Takes a write lock on `path` through a new descriptor: 0 taken, 70 held elsewhere.
 int TakeLock(const std::string& path) {
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  lock.l_whence = SEEK_SET;
+  flock lock{F_WRLCK, SEEK_SET, 0, 0, 0};  // the whole file
   if (::fcntl(::open(path.c_str(), O_WRONLY), F_SETLK, &lock) == 0) return 0;
   return errno == EACCES || errno == EAGAIN ? 70 : 1;
 }
@@ -240,10 +238,8 @@ TEST_F(FileLayerTest, LocksAgainstOtherProcesses) {
 // first is refused with 55 and the thread asks again.
 TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
   constexpr int kThreads = 8, kRounds = 200;
+  // Each file holds its own path.
   auto name = [&](int t, int r) { return In(std::to_string(t) + "_" + std::to_string(r)); };
-  auto text = [](int t, int r) {
-    return "thread " + std::to_string(t) + " round " + std::to_string(r);
-  };
   std::atomic<int> failures{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
@@ -254,9 +250,9 @@ TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
           while (ErrorOf([&] { OpenFile(number, name(t, r), CreateNew); }) == 55) {
             number = FreeFile();
           }
-          FileWrite(number, text(t, r).substr(0, 6));
-          FileWrite(number, text(t, r).substr(6));
-          if (FileLength(number) != static_cast<int64_t>(text(t, r).size())) ++failures;
+          FileWrite(number, name(t, r).substr(0, 6));
+          FileWrite(number, name(t, r).substr(6));
+          if (FileLength(number) != static_cast<int64_t>(name(t, r).size())) ++failures;
           FileClose(number);
         } catch (const Error&) {
           ++failures;
@@ -268,7 +264,7 @@ TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(FreeFile(), 1);
   for (int t = 0; t < kThreads; ++t) {
-    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(ReadFile(name(t, r)), text(t, r));
+    for (int r = 0; r < kRounds; ++r) ASSERT_EQ(ReadFile(name(t, r)), name(t, r));
   }
 }
 
