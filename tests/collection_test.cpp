@@ -15,7 +15,6 @@ namespace {
 
 using testing::ErrorOf;
 struct Item : StandaloneNode {};  // any CNode will do
-using Items = Collection<CNode>;
 
 // A refused call raises its error and leaves the list as it was.
 TEST(CollectionTest, BadArgumentsRaiseClearErrors) {
@@ -52,7 +51,7 @@ TEST(CollectionTest, BadArgumentsRaiseClearErrors) {
 // long runs.
 void RandomEditsMatchAPlainList(const std::vector<int32_t>& ids, const char* keys) {
   SCOPED_TRACE(keys);
-  Items list;
+  Collection<CNode> list;
   std::vector<std::pair<std::string, std::shared_ptr<CNode>>> model;
   uint64_t state = 12345;
   auto next = [&](uint64_t bound) {

@@ -60,9 +60,7 @@ TEST_F(FileLayerTest, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
   if (limit.rlim_cur < 600) GTEST_SKIP() << "the open file limit is below 600";
   auto name = [&](int n) { return In("f" + std::to_string(n)); };
   for (int16_t n = 1; n <= kMaxFileNumber; ++n) {
-    if (n <= 255) {
-      EXPECT_EQ(FreeFile(), n);
-    }
+    EXPECT_EQ(n <= 255 ? FreeFile() : n, n);
     OpenFile(n, name(n));
     FileWrite(n, std::to_string(n) + ";");
   }

@@ -5,7 +5,6 @@
 #include <stdlib.h>
 
 #include <atomic>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -70,8 +69,7 @@ TEST(LocaleSwitch, OnlyAKnownNameSwitchesAndOldSettingsStayValid) {
 // not installed; the same environment read again reuses its settings.
 TEST(LocaleSwitch, EmptyNameRereadsTheEnvironment) {
   LocaleGuard locale("C");
-  const char* old = getenv("LC_ALL");
-  const std::optional<std::string> previous = old ? std::optional<std::string>(old) : std::nullopt;
+  const std::string previous = getenv("LC_ALL") ? getenv("LC_ALL") : "";  // empty: not set
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"de_DE.UTF-8", ",", "22.11.2026"},
       {"xx_NOWHERE.UTF-8", ".", "2026-11-22"},
@@ -89,7 +87,7 @@ TEST(LocaleSwitch, EmptyNameRereadsTheEnvironment) {
     SetLocale("");
     EXPECT_EQ(&CurrentLocale(), first);
   }
-  previous ? setenv("LC_ALL", previous->c_str(), 1) : unsetenv("LC_ALL");
+  previous.empty() ? unsetenv("LC_ALL") : setenv("LC_ALL", previous.c_str(), 1);
 }
 
 TEST(LocaleSwitch, ConcurrentReadersSeeWholeSettings) {
