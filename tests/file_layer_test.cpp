@@ -124,8 +124,7 @@ TEST_F(FileLayerTest, AlreadyOpenTable) {
 // number left free, and what they must leave alone.
 TEST_F(FileLayerTest, FailingOpensAndDeletes) {
   WriteFile(In("plain"), "");
-  WriteFile(In("old"), "keep");
-  WriteFile(In("target"), "keep");
+  for (const char* name : {"old", "target"}) WriteFile(In(name), "keep");
   fs::create_symlink(In("target"), In("link"));
   fs::create_symlink(In("nowhere"), In("dangling"));
   fs::create_directory(In("sub"));
@@ -157,9 +156,7 @@ TEST_F(FileLayerTest, FailingOpensAndDeletes) {
     EXPECT_EQ(got.substr(0, want.size()), expected ? want : "0");
     EXPECT_EQ(FreeFile(), 1);
   }
-  EXPECT_EQ(ReadFile(In("old")), "keep");
-  EXPECT_EQ(ReadFile(In("target")), "keep");
-  EXPECT_EQ(ReadFile(In("ro/kept")), "keep");
+  for (const char* name : {"old", "target", "ro/kept"}) EXPECT_EQ(ReadFile(In(name)), "keep");
   EXPECT_TRUE(fs::is_directory(In("sub")));
   EXPECT_FALSE(fs::exists(In("nowhere")));
   EXPECT_FALSE(fs::exists(fs::symlink_status(In("link"))));
@@ -191,17 +188,13 @@ TEST_F(FileLayerTest, ModeTable) {
   }
 }
 
-// Devices a host may open under a number: length 0, and a full device says so.
-TEST_F(FileLayerTest, DeviceTable) {
-  for (auto [path, error] :
-       {std::pair<const char*, int32_t>{"/dev/full", kErrDiskFull}, {"/dev/null", 0}}) {
-    SCOPED_TRACE(path);
-    if (!fs::exists(path)) continue;
-    OpenFile(7, path);
-    EXPECT_EQ(FileLength(7), 0);
-    EXPECT_EQ(ErrorOf([] { FileWrite(7, std::string(100000, 'x')); }), error);
-    FileClose(7);
-  }
+// A device a host may open under a number has length 0 and takes any bytes
+// (a full device: FileFaultTest.AFullDeviceFailsTheExport).
+TEST_F(FileLayerTest, DeviceHasLengthZero) {
+  OpenFile(7, "/dev/null");
+  FileWrite(7, std::string(100000, 'x'));
+  EXPECT_EQ(FileLength(7), 0);
+  FileClose(7);
 }
 
 // Writers in other processes are kept out while a file is open here, and in
@@ -245,9 +238,8 @@ TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
       for (int r = 0; r < kRounds; ++r) {
         try {
           int16_t number = FreeFile();
-          while (ErrorOf([&] { OpenFile(number, name(t, r), CreateNew); }) == 55) {
+          while (ErrorOf([&] { OpenFile(number, name(t, r), CreateNew); }) == 55)
             number = FreeFile();
-          }
           FileWrite(number, name(t, r).substr(0, 6));
           FileWrite(number, name(t, r).substr(6));
           if (FileLength(number) != static_cast<int64_t>(name(t, r).size())) ++failures;

@@ -7,6 +7,7 @@
 #include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tympora/node/file_layer.hpp"
+#include "tympora/node/frames.hpp"
 
 namespace tympora {
 std::vector<std::string> FolderNames(const std::filesystem::path& dir);  // file_fault_test.cpp
@@ -131,13 +132,8 @@ TEST(ExportFrameTest, CollectionsExportUntilAFailureAndReset) {
   list->Item(2)->fail_number = 999;
   DOMDocument doc = DOMDocument::New();
   DOMElement parent = doc.createElement("Parent");
-  try {
-    ExportCollectionNodes(doc, parent, list.get());
-    FAIL() << "the failure was not raised";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), 999);
-    EXPECT_EQ(e.Source(), "Probe");
-  }
+  EXPECT_EQ(Of(RunFrameA([&](StatusPtr&) { ExportCollectionNodes(doc, parent, list.get()); })),
+            "999 Probe: probe failure");
   EXPECT_EQ(Shape(parent), (std::vector<std::string>{"CRLF", "Probe", "CRLF"}));
   ExportCollectionNodes(doc, parent, nullptr);  // an absent list does nothing
   std::vector<std::shared_ptr<Probe>> records;
