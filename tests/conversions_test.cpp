@@ -37,10 +37,7 @@ TEST(ConversionsValueToText, Doubles) {
       {-0.25, "-.25"},    {1e15, " 1E+15"},    {0.0001, " .0001"}, {0.00001, " 1E-05"},
       {1e100, " 1E+100"}, {1e-100, " 1E-100"}, {12.5, " 12.5"},    {-0.000015, "-1.5E-05"},
   };
-  for (const auto& [value, text] : cases) {
-    SCOPED_TRACE(text);
-    EXPECT_EQ(ValueToText(value), text);
-  }
+  for (const auto& [value, text] : cases) EXPECT_EQ(ValueToText(value), text) << value;
   EXPECT_EQ(ValueToText(int32_t{0}), " 0");
   EXPECT_EQ(ValueToText(INT32_MIN), "-2147483648");
   EXPECT_EQ(ErrorOf([] { ValueToText(kNaN); }), kErrOverflow);
@@ -74,12 +71,8 @@ TEST(ConversionsTextToNumber, ReadsTheLongestLeadingNumber) {
       {"1.797693134862325E+308", kInf},   {"4.94065645841247E-324", DBL_TRUE_MIN},
       {"1E99999999999999999999", kInf},
   };
-  for (const auto* table : {&cases, &long_cases}) {
-    for (const auto& [text, value] : *table) {
-      SCOPED_TRACE(text);
-      EXPECT_EQ(TextToNumber(text), value);
-    }
-  }
+  for (const auto* table : {&cases, &long_cases})
+    for (const auto& [text, value] : *table) EXPECT_EQ(TextToNumber(text), value) << text;
 }
 
 // A numeric text is the whole text, blanks around it aside; the locale's
@@ -123,16 +116,10 @@ TEST(ConversionsToInt32, RoundsHalfToEvenAndChecksTheRange) {
       {0.49999999999999994, 0},   {2.5000000000000004, 3},    {2147483647.0, 2147483647},
       {2147483647.4, 2147483647}, {-2147483648.0, INT32_MIN}, {-2147483648.5, INT32_MIN},
   };
-  for (const auto* table : {&rounded, &edges}) {
-    for (const auto& [value, expected] : *table) {
-      SCOPED_TRACE(value);
-      EXPECT_EQ(ToInt32(value), expected);
-    }
-  }
-  for (double value : {2147483647.5, 2147483648.0, -2147483648.6, 1e300, -1e300, kNaN, kInf}) {
-    SCOPED_TRACE(value);
-    EXPECT_EQ(ErrorOf([&] { ToInt32(value); }), kErrOverflow);
-  }
+  for (const auto* table : {&rounded, &edges})
+    for (const auto& [value, expected] : *table) EXPECT_EQ(ToInt32(value), expected) << value;
+  for (double value : {2147483647.5, 2147483648.0, -2147483648.6, 1e300, -1e300, kNaN, kInf})
+    EXPECT_EQ(ErrorOf([&] { ToInt32(value); }), kErrOverflow) << value;
   EXPECT_EQ(ToInt16(int32_t{32767}), 32767);
   EXPECT_EQ(ToInt16(int32_t{-32768}), -32768);
   EXPECT_EQ(ErrorOf([] { ToInt16(int32_t{32768}); }), kErrOverflow);

@@ -71,9 +71,8 @@ TEST_F(FileLayerTest, AllNumbersOpenAtOnceAndFreeFileTakesTheLowest) {
   FileWrite(200, "again");
   for (int16_t n = 1; n <= kMaxFileNumber; ++n) FileClose(n);
   EXPECT_EQ(FreeFile(), 1);
-  for (int n = 1; n <= kMaxFileNumber; ++n) {
+  for (int n = 1; n <= kMaxFileNumber; ++n)
     EXPECT_EQ(ReadFile(name(n)), std::to_string(n) + (n == 200 ? ";again" : ";")) << n;
-  }
   ::setrlimit(RLIMIT_NOFILE, &saved);
 }
 
@@ -215,9 +214,8 @@ TEST_F(FileLayerTest, LocksAgainstOtherProcesses) {
   char taken = 0;
   ASSERT_EQ(::read(ready[0], &taken, 1), 1);
   EXPECT_EQ(taken, 'y');
-  for (FileOpenMode mode : {Binary, Append}) {
+  for (FileOpenMode mode : {Binary, Append})
     EXPECT_EQ(ErrorOf([&] { OpenFile(1, path, mode); }), kErrPermissionDenied);
-  }
   ::kill(pid, SIGKILL);
   ReapChild(pid);
   ::close(ready[0]);
@@ -253,9 +251,8 @@ TEST_F(FileLayerTest, OpenWriteCloseFromEightThreads) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(FreeFile(), 1);
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < kThreads; ++t)
     for (int r = 0; r < kRounds; ++r) ASSERT_EQ(ReadFile(name(t, r)), name(t, r));
-  }
 }
 
 }  // namespace

@@ -190,9 +190,8 @@ TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
 // The null flag needs exactly the text "true"; an id is read when it is a
 // number, rounded half to even.
 TEST(PropertyElementTest, ReadsTheNullFlagAndTheID) {
-  for (const char* xml : {"<P null=\"true\"/>", "<P a=\"1\" null=\"true\">x</P>"}) {
+  for (const char* xml : {"<P null=\"true\"/>", "<P a=\"1\" null=\"true\">x</P>"})
     EXPECT_TRUE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
-  }
   for (const char* xml : {"<P null=\"TRUE\"/>", "<P null=\"1\"/>", "<P null=\" true\"/>",
                           "<P Null=\"true\"/>", "<P/>", "<P nul=\"true\"/>"}) {
     EXPECT_FALSE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
