@@ -1,7 +1,5 @@
 #include "tympora/measurement/curve.hpp"
 
-#include <filesystem>
-
 #include "record_suite.hpp"
 
 namespace tympora {
@@ -125,59 +123,6 @@ TEST(CurveTest, OverflowStopsTheImportAtTheFailingChild) {
   CCurve curve;
   EXPECT_EQ(Import(curve, "<Curve id=\"1E+10\"><CurveDatum/></Curve>")->Number(), kErrOverflow);
   EXPECT_EQ(curve.CurveData()->Count(), 0) << "an id that overflows stops before the children";
-}
-
-// The curves of the two reference files.
-void FillReferenceCurve(CCurve& curve) {
-  curve.ID(3);
-  curve.FxDataPoints(2);
-  curve.DateText("2024-03-01");
-  curve.FxFlag0(0);
-  curve.FxSourceAmp(0.5);
-  curve.FxHighestVal(118);
-  curve.CurveNo(1);
-  curve.MeasureType(2);
-  curve.Name("REAR <&> \"REIG\"");
-  curve.FxRMS(-1);
-  curve.Source("ISTS");
-  curve.SourceValue(65);
-  curve.TestNo(4);
-  curve.CurveType("Gain");
-  for (const auto& [id, frequency, output] :
-       {std::tuple{1, 250, 92.5}, std::tuple{2, 500, 98.25}}) {
-    auto point = std::make_shared<CCurveDatum>();
-    point->ID(id);
-    point->Frequency(frequency);
-    point->InputVal(65);
-    point->OutputVal(output);
-    curve.AddCurveDatum(point);
-  }
-  curve.CurveData()->Item(2)->maxOutputVal(101);
-  curve.CurveData()->Item(2)->Other(-0.125);
-  auto distortion = std::make_shared<CDistortionDatum>();
-  distortion->ID(1);
-  distortion->Frequency(500);
-  distortion->Distortion(0.75);
-  curve.AddDistortionDatum(distortion);
-}
-
-TEST(CurveTest, ExportXMLPathWritesTheGoldenFiles) {
-  testing::LocaleGuard locale("C");
-  const struct {
-    const char* file;
-    void (*fill)(CCurve&);
-  } rows[] = {{"curve_new.xml", [](CCurve&) {}}, {"curve_points.xml", &FillReferenceCurve}};
-  testing::TempDir dir;
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.file);
-    CCurve curve;
-    row.fill(curve);
-    const std::string path = dir / row.file;
-    StatusPtr status = curve.ExportXMLPath(path);
-    ASSERT_EQ(status->Number(), 0) << status->Description();
-    EXPECT_TRUE(testing::MatchesGolden(std::filesystem::path(TYMPORA_TEST_DATA) / row.file,
-                                       testing::ReadFile(path)));
-  }
 }
 
 }  // namespace

@@ -3,14 +3,12 @@
 #include <string>
 
 #include "record_suite.hpp"
-#include "tree.hpp"
 #include "tympora/node/conversions.hpp"
 
 namespace tympora {
 namespace {
 using testing::ExportsNull;
 using testing::ImportText;
-using testing::LocaleGuard;
 
 testing::RecordCase TestDefinitionCase() {
   return {
@@ -53,81 +51,6 @@ INSTANTIATE_CHILD_LIST_SUITE(TestDefinition,
                                    e.AddCurve(std::make_shared<CCurve>());
                                  },
                                  "Comment"));
-
-// A curve with every kind of value, some left Null, and two points of each kind.
-std::shared_ptr<CCurve> MakeCurve(int32_t id, int32_t seed) {
-  auto curve = std::make_shared<CCurve>();
-  curve->ID(id);
-  curve->CurveExp("exp " + std::to_string(seed));
-  curve->Name(seed % 2 ? "left" : "right");
-  curve->DateText("14.03.2026");
-  curve->FxSourceAmp(seed * 0.25 - 1);
-  curve->CurveNo(seed);
-  curve->State(-seed);
-  for (int32_t i = 1; i <= 2; ++i) {
-    auto point = std::make_shared<CCurveDatum>();
-    point->ID(i);
-    point->Frequency(250 * (i + seed));
-    point->InputVal(50 + i * 0.5);
-    point->OutputVal(-1.5E-07 * i);
-    if (i == 1) point->Other(1E+15);
-    curve->AddCurveDatum(point);
-    auto distortion = std::make_shared<CDistortionDatum>();
-    distortion->ID(10 * i);
-    distortion->Frequency(1000 * i);
-    distortion->Distortion(0.125 * seed);
-    curve->AddDistortionDatum(distortion);
-  }
-  return curve;
-}
-
-// A test session with two examinations of two curves each.
-std::shared_ptr<CTestDefinition> MakeSession() {
-  auto session = std::make_shared<CTestDefinition>();
-  session->ID(1001);
-  session->Percode(-7);
-  session->InsCode(12);
-  session->TestType("Insertion gain");
-  session->TestDate(MakeDate(2026, 1, 31, 7, 5, 9));
-  session->TestTime("07:05");
-  session->Comment("M\xC3\xBCller & S\xC3\xB6hne <draft> \"a\"");
-  session->Deleted(false);
-  session->TestTypeNumber(2);
-  for (int32_t id : {1, 2}) {
-    auto examination = std::make_shared<CExamination>();
-    examination->ID(id);
-    examination->TestName("ISTS " + std::to_string(id));
-    examination->Ear(id);
-    examination->CreateDate(MakeDate(2026, 1, 31));
-    examination->CreateTime("07:05:09");
-    examination->NumberOfCurves(2);
-    examination->ProgramVersion(4021);
-    if (id == 1) {
-      examination->LastSaveDate(MakeDate(2026, 2, 1, 23, 59, 59));
-      examination->Comment("  spaced  ");
-      examination->Scaling(-1);
-    }
-    examination->AddCurve(MakeCurve(10, id));
-    examination->AddCurve(MakeCurve(-11, id + 2));
-    session->AddExamination(examination);
-  }
-  return session;
-}
-
-TEST(TestDefinitionTest, ExportXMLPathWritesTheGoldenFileWhichReadsBack) {
-  LocaleGuard guard("C");
-  auto session = MakeSession();
-  testing::TempDir dir;
-  const std::string path = dir / "session.xml";
-  StatusPtr status = session->ExportXMLPath(path);
-  ASSERT_EQ(status->Number(), 0) << status->Description();
-  EXPECT_TRUE(testing::MatchesGolden(
-      std::filesystem::path(TYMPORA_TEST_DATA) / "test_definition.xml", testing::ReadFile(path)));
-
-  CTestDefinition copy;
-  ASSERT_EQ(copy.ImportXMLFile(path)->Number(), 0);
-  EXPECT_EQ(support::CompareTrees(*session, copy), "");
-}
 
 TEST(TestDefinitionTest, DeletedReadsTrueExactlyWhenItsTextContainsTrue) {
   const struct {
