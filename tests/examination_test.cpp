@@ -67,36 +67,6 @@ INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve
                                               },
                                               "Comment"));
 
-TEST(ExaminationTest, NegativeNumberOfCurvesIsIgnoredByEveryWayIn) {
-  const struct {
-    std::string text;
-    int32_t value;  // the text as a 32-bit number
-    bool stored;
-  } rows[] = {
-      {"-2", -2, false},   {"-1", -1, false}, {"-2147483648", INT32_MIN, false},
-      {"-1.5", -2, false}, {"0", 0, true},    {"-0.5", 0, true},
-      {"7", 7, true},      {"2.5", 2, true},
-  };
-  for (const std::string way : {"setter", "number by name", "text by name", "import"}) {
-    for (const auto& row : rows) {
-      for (const bool held : {false, true}) {
-        SCOPED_TRACE(way + " " + row.text + (held ? " over 3" : " over Null"));
-        CExamination e;
-        if (held) e.NumberOfCurves(3);
-        if (way == "setter") e.NumberOfCurves(row.value);
-        if (way == "number by name") e.PropertyByName("NumberOfCurves", Variant(row.value));
-        if (way == "text by name") e.PropertyByName("NumberOfCurves", Variant(row.text));
-        const std::string xml = "<E><NumberOfCurves>" + row.text + "</NumberOfCurves></E>";
-        if (way == "import") {
-          ASSERT_EQ(ImportText(e, xml)->Number(), 0);
-        }
-        EXPECT_EQ(e.NumberOfCurves(), row.stored ? row.value : (held ? 3 : 0));
-        EXPECT_EQ(ExportsNull(e, "NumberOfCurves"), !row.stored && !held);
-      }
-    }
-  }
-}
-
 TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
   const Date held = MakeDate(2024, 2, 29, 12, 0, 1);
   for (const char* locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
