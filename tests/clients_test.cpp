@@ -123,14 +123,10 @@ std::shared_ptr<RecordBase> Session() {
   return session;
 }
 
-class ClientsTest : public ::testing::Test {
-  testing::LocaleGuard locale_{"C"};
-};
-
 // ImportXMLFile must give what load + ImportXMLNode give, but for a file
 // that does not load: that one answers for itself instead of with 2005. A
 // failure deep in the tree stops the list's import too.
-TEST_F(ClientsTest, ImportReadsClientElementsOnlyFromAnElementOrAFile) {
+TEST(ClientsTest, ImportReadsClientElementsOnlyFromAnElementOrAFile) {
   const char* duplicate = "This key is already associated with an element of this collection";
   const struct {
     std::string xml;  // empty: no file at all
@@ -187,7 +183,8 @@ TEST_F(ClientsTest, ImportReadsClientElementsOnlyFromAnElementOrAFile) {
 
 // Known trees of the classes at the roots of files export exactly to their
 // golden files, which read back to the same trees.
-TEST_F(ClientsTest, ExportXMLPathWritesTheGoldenFilesWhichReadBack) {
+TEST(ClientsTest, ExportXMLPathWritesTheGoldenFilesWhichReadBack) {
+  testing::LocaleGuard locale("C");
   const std::pair<const char*, std::function<std::shared_ptr<RecordBase>()>> rows[] = {
       {"clients_small.xml", SmallTree},
       {"curve_new.xml", [] { return std::make_shared<CCurve>(); }},
