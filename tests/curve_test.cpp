@@ -83,14 +83,11 @@ TEST(CurveTest, ImportOfAHandWrittenElement) {
              "  <DistortionDatum id=\"2\"><Distortion>.5</Distortion></DistortionDatum>\r\n"
              "</Curve>");
   ASSERT_EQ(status->Number(), 0) << status->Description();
-  EXPECT_EQ(curve.ID(), 8);
-  EXPECT_EQ(curve.CurveNo(), 3) << "only the local name counts; other letter case is skipped";
-  EXPECT_EQ(curve.Name(), "R <&> L") << "the later element wins";
-  EXPECT_EQ(curve.Source(), "ISTS");
-  EXPECT_EQ(curve.DistType(), 2) << "ties round to even";
-  EXPECT_EQ(curve.FxRMS(), 4);
-  EXPECT_EQ(curve.FxSourceAmp(), -0.25);
-  EXPECT_EQ(curve.State(), 5) << "a missing element keeps its value";
+  // Only the local name counts (other letter case is skipped), the later
+  // element wins, ties round to even, and a missing element keeps its value.
+  EXPECT_EQ(std::tuple(curve.ID(), curve.CurveNo(), curve.Name(), curve.Source(), curve.DistType(),
+                       curve.FxRMS(), curve.FxSourceAmp(), curve.State()),
+            std::tuple(8, 3, "R <&> L", "ISTS", 2, 4, -0.25, 5));
   EXPECT_TRUE(ExportsNull(curve, "MeasureType")) << "a text that is no number is skipped";
   EXPECT_FALSE(ExportsNull(curve, "Exp")) << "an empty text is the empty, non-Null string";
   EXPECT_TRUE(ExportsNull(curve, "Type"));
