@@ -34,7 +34,26 @@ testing::RecordCase CurveDatumCase() {
       {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "},
   };
 }
-INSTANTIATE_RECORD_SUITE(CurveDatum, CurveDatumCase());
+
+testing::RecordCase DistortionDatumCase() {
+  testing::RecordCase c{
+      "CDistortionDatum",
+      [] { return std::make_shared<CDistortionDatum>(); },
+      "DistortionDatum",
+      [](RecordBase& r) {
+        auto& d = static_cast<CDistortionDatum&>(r);
+        d.Frequency(2500);
+        d.Distortion(-0.25);
+        d.Other(1.5E-05);
+      },
+      {{"Frequency", "2500"}, {"Distortion", "-.25"}, {"Other", "1.5E-05"}},
+      {},
+      {"DistortionVal", "distortion", "DISTORTION", "ID", "id", "Input", "MaxOutput", "Frequency "},
+  };
+  c.txt_source = "Function CNode_ExportTXT";
+  return c;
+}
+INSTANTIATE_RECORD_SUITE(Points, CurveDatumCase(), DistortionDatumCase());
 
 // A property that keeps only some values keeps them however they come: a
 // value outside leaves it as it was, Null or `held`. Each row is a text, the
