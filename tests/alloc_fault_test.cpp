@@ -60,9 +60,7 @@ bool WithFailingAllocation(long n, F&& f) {
 }
 
 // One record at each level, two curve points and one distortion point.
-std::shared_ptr<CClients> TinyClinic() {
-  return support::BuildScrambledClinic({1, 1, 1, 1, 1, 2, 1});
-}
+const support::TreeShape kTiny{1, 1, 1, 1, 1, 2, 1};
 
 void ExpectOutOfMemory(const StatusPtr& status) {
   ASSERT_TRUE(status);
@@ -76,7 +74,8 @@ void ExpectOutOfMemory(const StatusPtr& status) {
 // other node where no file is: a failure leaves no file, or the old one whole.
 TEST(AllocFaultTest, EveryFailingAllocationOfAnExportToAFileGives7) {
   testing::TempDir dir;
-  const auto clinic = TinyClinic(), reference = TinyClinic();
+  const auto clinic = support::BuildScrambledClinic(kTiny),
+             reference = support::BuildScrambledClinic(kTiny);
   testing::Probe probe;
   probe.name = std::string(5000, 'x');  // a text of its own DOM page
   for (CNode* node : {static_cast<CNode*>(clinic.get()), static_cast<CNode*>(&probe)}) {
@@ -113,7 +112,7 @@ TEST(AllocFaultTest, EveryFailingAllocationOfAnExportToAFileGives7) {
 // imported and then used: each failing allocation makes the step it hits
 // report 7, where the DOM's members raise 7 or let bad_alloc through.
 TEST(AllocFaultTest, EveryFailingAllocationOfTheDocumentRoadsGives7) {
-  const auto clinic = TinyClinic();
+  const auto clinic = support::BuildScrambledClinic(kTiny);
   DOMDocument good;
   ASSERT_EQ(clinic->ExportXMLDocument(good)->Number(), 0);
   const std::string text = good.documentElement().xml();

@@ -2,6 +2,7 @@
 
 #include "record_suite.hpp"
 #include "tympora/measurement/distortion_datum.hpp"
+#include "tympora/records/examination.hpp"
 
 namespace tympora {
 namespace {
@@ -33,34 +34,72 @@ testing::RecordCase CurveDatumCase() {
       {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "},
   };
 }
-INSTANTIATE_RECORD_SUITE(CurveDatum, CurveDatumCase());
 
-// Both kinds of point keep a frequency of 0 to 100000 only, however it comes:
-// a value outside leaves the property as it was.
-template <class Point>
-void ExpectFrequencyRange() {
-  const std::pair<int32_t, bool> rows[] = {{0, true},       {100000, true}, {440, true},
-                                           {100001, false}, {-1, false},    {INT32_MIN, false}};
-  for (const auto& [value, stored] : rows) {
-    SCOPED_TRACE(value);
-    Point direct, by_name, imported;
-    direct.Frequency(value);
-    by_name.PropertyByName("Frequency", Variant(value));
-    ASSERT_EQ(
-        testing::ImportText(imported, "<P><Frequency>" + std::to_string(value) + "</Frequency></P>")
-            ->Number(),
-        0);
-    for (Point* p : {&direct, &by_name, &imported}) {
-      EXPECT_EQ(p->Frequency(), stored ? value : 0);
-      EXPECT_EQ(p->PropertyByName("Frequency").AsInt32(), stored ? value : 0);
-      EXPECT_EQ(testing::ExportsNull(*p, "Frequency"), !stored);
+testing::RecordCase DistortionDatumCase() {
+  testing::RecordCase c{
+      "CDistortionDatum",
+      [] { return std::make_shared<CDistortionDatum>(); },
+      "DistortionDatum",
+      [](RecordBase& r) {
+        auto& d = static_cast<CDistortionDatum&>(r);
+        d.Frequency(2500);
+        d.Distortion(-0.25);
+        d.Other(1.5E-05);
+      },
+      {{"Frequency", "2500"}, {"Distortion", "-.25"}, {"Other", "1.5E-05"}},
+      {},
+      {"DistortionVal", "distortion", "DISTORTION", "ID", "id", "Input", "MaxOutput", "Frequency "},
+  };
+  c.txt_source = "Function CNode_ExportTXT";
+  return c;
+}
+INSTANTIATE_RECORD_SUITE(Points, CurveDatumCase(), DistortionDatumCase());
+
+// A property that keeps only some values keeps them however they come: a
+// value outside leaves it as it was, Null or `held`. Each row is a text, the
+// text as a 32-bit number, and whether it is kept.
+using KeptRows = std::vector<std::tuple<std::string, int32_t, bool>>;
+template <class R>
+void ExpectOnlyKept(const std::string& name, void (R::*set)(int32_t), int32_t (R::*get)() const,
+                    int32_t held, const KeptRows& rows) {
+  for (const std::string way : {"setter", "number by name", "text by name", "import"}) {
+    for (const auto& [text, value, kept] : rows) {
+      for (const bool over : {false, true}) {
+        SCOPED_TRACE(way + " " + text + (over ? " over a value" : " over Null"));
+        R r;
+        if (over) (r.*set)(held);
+        if (way == "setter") (r.*set)(value);
+        if (way == "number by name") r.PropertyByName(name, Variant(value));
+        if (way == "text by name") r.PropertyByName(name, Variant(text));
+        const std::string xml = "<R><" + name + ">" + text + "</" + name + "></R>";
+        if (way == "import") {
+          ASSERT_EQ(testing::ImportText(r, xml)->Number(), 0);
+        }
+        const int32_t expected = kept ? value : over ? held : 0;
+        EXPECT_EQ((r.*get)(), expected);
+        EXPECT_EQ(r.PropertyByName(name).AsInt32(), expected);
+        EXPECT_EQ(testing::ExportsNull(r, name), !kept && !over);
+      }
     }
   }
 }
 
-TEST(CurveDatumTest, FrequencyKeepsOnlyZeroTo100000ByEveryWayIn) {
-  ExpectFrequencyRange<CCurveDatum>();
-  ExpectFrequencyRange<CDistortionDatum>();
+// Both kinds of point keep a frequency of 0 to 100000 only; an examination
+// keeps no negative number of curves.
+TEST(CurveDatumTest, PropertiesKeepOnlyTheirValuesByEveryWayIn) {
+  const KeptRows frequencies = {{"0", 0, true},     {"100000", 100000, true},
+                                {"440", 440, true}, {"100001", 100001, false},
+                                {"-1", -1, false},  {"-2147483648", INT32_MIN, false}};
+  const KeptRows curves = {
+      {"-2", -2, false},   {"-1", -1, false}, {"-2147483648", INT32_MIN, false},
+      {"-1.5", -2, false}, {"0", 0, true},    {"-0.5", 0, true},
+      {"7", 7, true},      {"2.5", 2, true}};
+  ExpectOnlyKept<CCurveDatum>("Frequency", &CCurveDatum::Frequency, &CCurveDatum::Frequency, 250,
+                              frequencies);
+  ExpectOnlyKept<CDistortionDatum>("Frequency", &CDistortionDatum::Frequency,
+                                   &CDistortionDatum::Frequency, 250, frequencies);
+  ExpectOnlyKept<CExamination>("NumberOfCurves", &CExamination::NumberOfCurves,
+                               &CExamination::NumberOfCurves, 3, curves);
 }
 
 }  // namespace

@@ -17,23 +17,13 @@ namespace {
 // The tree below `node` as text: name[children] for elements, the text of
 // text and CDATA nodes, "#comment".
 std::string Dump(const DOMNode& node) {
-  switch (node.nodeType()) {
-    case DOMNodeType::Text:
-    case DOMNodeType::CData:
-      return "'" + node.text() + "'";
-    case DOMNodeType::Element: {
-      std::string out = node.nodeName();
-      const DOMNodeList children = node.childNodes();
-      if (children.length() == 0) return out;
-      out += "[";
-      for (int32_t i = 0; i < children.length(); ++i) {
-        out += (i ? "," : "") + Dump(children.item(i));
-      }
-      return out + "]";
-    }
-    default:
-      return node.nodeName();
-  }
+  const DOMNodeType type = node.nodeType();
+  if (type == DOMNodeType::Text || type == DOMNodeType::CData) return "'" + node.text() + "'";
+  if (type != DOMNodeType::Element) return node.nodeName();
+  std::string out = node.nodeName();
+  const DOMNodeList children = node.childNodes();
+  for (int32_t i = 0; i < children.length(); ++i) out += (i ? "," : "[") + Dump(children.item(i));
+  return children.length() > 0 ? out + "]" : out;
 }
 
 // Every way of reading the tree sees text nodes, wherever the parse kept the

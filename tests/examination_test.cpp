@@ -1,8 +1,6 @@
 #include "tympora/records/examination.hpp"
 
-#include <functional>
 #include <string>
-#include <vector>
 
 #include "record_suite.hpp"
 #include "tympora/node/conversions.hpp"
@@ -68,45 +66,6 @@ INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve
                                                 c.AddCurveDatum(std::make_shared<CCurveDatum>());
                                               },
                                               "Comment"));
-
-TEST(ExaminationTest, NegativeNumberOfCurvesIsIgnoredByEveryWayIn) {
-  using Way = std::function<void(CExamination&, const std::string&, int32_t)>;
-  const std::vector<std::pair<std::string, Way>> ways = {
-      {"setter", [](CExamination& e, const std::string&, int32_t v) { e.NumberOfCurves(v); }},
-      {"PropertyByName number", [](CExamination& e, const std::string&,
-                                   int32_t v) { e.PropertyByName("NumberOfCurves", Variant(v)); }},
-      {"PropertyByName text", [](CExamination& e, const std::string& text,
-                                 int32_t) { e.PropertyByName("NumberOfCurves", Variant(text)); }},
-      {"import",
-       [](CExamination& e, const std::string& text, int32_t) {
-         ASSERT_EQ(ImportText(e, "<Examination><NumberOfCurves>" + text +
-                                     "</NumberOfCurves></Examination>")
-                       ->Number(),
-                   0);
-       }},
-  };
-  const struct {
-    std::string text;
-    int32_t value;  // the text as a 32-bit number
-    bool stored;
-  } rows[] = {
-      {"-2", -2, false},   {"-1", -1, false}, {"-2147483648", INT32_MIN, false},
-      {"-1.5", -2, false}, {"0", 0, true},    {"-0.5", 0, true},
-      {"7", 7, true},      {"2.5", 2, true},
-  };
-  for (const auto& [way_name, way] : ways) {
-    for (const auto& row : rows) {
-      for (const bool held : {false, true}) {
-        SCOPED_TRACE(way_name + " " + row.text + (held ? " over 3" : " over Null"));
-        CExamination e;
-        if (held) e.NumberOfCurves(3);
-        way(e, row.text, row.value);
-        EXPECT_EQ(e.NumberOfCurves(), row.stored ? row.value : (held ? 3 : 0));
-        EXPECT_EQ(ExportsNull(e, "NumberOfCurves"), !row.stored && !held);
-      }
-    }
-  }
-}
 
 TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
   const Date held = MakeDate(2024, 2, 29, 12, 0, 1);
