@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -19,6 +18,8 @@ namespace tympora {
 namespace {
 
 using testing::ErrorOf;
+constexpr InvokeKind kGet = InvokeKind::PropertyGet, kPut = InvokeKind::PropertyPut,
+                     kMethod = InvokeKind::Method;
 using namespace std::string_literals;
 
 std::string Lower(std::string text) {
@@ -26,17 +27,10 @@ std::string Lower(std::string text) {
   return text;
 }
 
-std::vector<const ClassIdentity*> Creatable() {
-  std::vector<const ClassIdentity*> out;
-  for (const ClassIdentity& cls : ClassIdentities()) {
-    if (cls.role == ClassRole::Creatable) out.push_back(&cls);
-  }
-  return out;
-}
-
 // The classes and interfaces that hosts have seen, in their order, with
-// their identifiers: none of this ever changes. (That the identifiers are
-// well-formed and distinct is checked as the library is compiled.)
+// their identifiers: none of this ever changes, and there are no others.
+// (That the identifiers are well-formed and distinct is checked as the
+// library is compiled.)
 struct FixedClass {
   std::string_view name, clsid, itf, iid, earlier_iid;
 };
@@ -76,8 +70,8 @@ constexpr std::string_view kFixedInterfaceOrder[] = {
 TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
   EXPECT_EQ(LibraryId(), "{C6AF55A8-68A3-42A4-A7AC-F18F07D93E78}");
   EXPECT_EQ(StatusNumId(), "{8710D609-4D45-46CD-BEB2-4B77B97F0A92}");
-  ASSERT_GE(ClassIdentities().size(), std::size(kFixedClasses));
-  ASSERT_GE(InterfaceIdentities().size(), std::size(kFixedInterfaceOrder));
+  ASSERT_EQ(ClassIdentities().size(), std::size(kFixedClasses));
+  ASSERT_EQ(InterfaceIdentities().size(), std::size(kFixedInterfaceOrder));
   for (size_t i = 0; i < std::size(kFixedInterfaceOrder); ++i) {
     EXPECT_EQ(InterfaceIdentities()[i].name, kFixedInterfaceOrder[i]) << i;
   }
@@ -112,33 +106,33 @@ TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
 // Each creatable class by name and by id, through its factory, and each
 // record through its own interface and the node interface.
 TEST(FactoryTest, EveryCreatableClassByNameAndByIdWithItsInterfaces) {
-  for (const ClassIdentity* cls : Creatable()) {
-    SCOPED_TRACE(cls->name);
-    const std::string clsid(cls->clsid);
-    for (const std::string& key : {ProgId(*cls), clsid, Lower(clsid.substr(1, 36))}) {
+  for (const ClassIdentity& cls : ClassIdentities()) {
+    if (cls.role != ClassRole::Creatable) continue;
+    SCOPED_TRACE(cls.name);
+    const std::string clsid(cls.clsid);
+    for (const std::string& key : {ProgId(cls), clsid, Lower(clsid.substr(1, 36))}) {
       const ObjectPtr object = CreateObject(key);
       ASSERT_TRUE(object);
       const ClassInfo* found = Library().ClassOf(*object);
       ASSERT_NE(found, nullptr);
-      EXPECT_EQ(found->identity, cls);
+      EXPECT_EQ(found->identity, &cls);
       const Dispatch own = QueryInterface(object);
-      EXPECT_EQ(own.Interface()->Name(), cls->default_interface);
+      EXPECT_EQ(own.Interface()->Name(), cls.default_interface);
       // A new object is in its reset state.
-      const char* zero_member = cls->node_interface ? "ID" : "Number";
-      EXPECT_EQ(Invoke(own, zero_member, InvokeKind::PropertyGet), Variant(int32_t{0}));
+      EXPECT_EQ(Invoke(own, cls.node_interface ? "ID" : "Number", kGet), Variant(int32_t{0}));
     }
-    const std::shared_ptr<ClassFactory> factory = GetClassFactory(ProgId(*cls));
+    const std::shared_ptr<ClassFactory> factory = GetClassFactory(ProgId(cls));
     const ObjectPtr object = factory->CreateInstance(), other = factory->CreateInstance();
     EXPECT_NE(object, other);
-    EXPECT_EQ(Library().ClassOf(*object)->identity, cls);
-    if (!cls->node_interface) continue;
-    const InterfaceIdentity& own_id = *FindInterfaceIdentity(cls->default_interface);
+    EXPECT_EQ(Library().ClassOf(*object)->identity, &cls);
+    if (!cls.node_interface) continue;
+    const InterfaceIdentity& own_id = *FindInterfaceIdentity(cls.default_interface);
     const Dispatch node = QueryInterface(object, "_CNode");
     EXPECT_EQ(node.Interface()->Name(), "_CNode");
-    const Variant name = Invoke(node, "NodeName", InvokeKind::PropertyGet);
-    EXPECT_EQ(name, Variant(std::string(dynamic_cast<CNode&>(*object).NodeName())));
-    Invoke(node, "ID", InvokeKind::PropertyPut, {Variant(int32_t{42})});
-    const Variant status = Invoke(node, "ExportTXT", InvokeKind::Method, {Variant(int16_t{1})});
+    EXPECT_EQ(Invoke(node, "NodeName", kGet),
+              Variant(std::string(dynamic_cast<CNode&>(*object).NodeName())));
+    Invoke(node, "ID", kPut, {Variant(int32_t{42})});
+    const Variant status = Invoke(node, "ExportTXT", kMethod, {Variant(int16_t{1})});
     EXPECT_EQ(std::dynamic_pointer_cast<CStatus>(status.AsObject())->Number(), 2001);
     // Back to the record's own interface by name, by id and by earlier id.
     std::vector<std::string_view> keys = {own_id.name, own_id.iid};
@@ -146,7 +140,7 @@ TEST(FactoryTest, EveryCreatableClassByNameAndByIdWithItsInterfaces) {
     for (std::string_view key : keys) {
       const Dispatch own = QueryInterface(node.Target(), key);
       EXPECT_EQ(own.Interface()->Name(), own_id.name) << key;
-      EXPECT_EQ(Invoke(own, "ID", InvokeKind::PropertyGet), Variant(int32_t{42}));
+      EXPECT_EQ(Invoke(own, "ID", kGet), Variant(int32_t{42}));
     }
     EXPECT_EQ(ErrorOf([&] { QueryInterface(object, "_CStatus"); }), kErrNoInterface);
   }
@@ -175,33 +169,26 @@ TEST(FactoryTest, NonCreatableAndUnknownNamesAndInterfacesAreRefused) {
   EXPECT_EQ(ErrorOf([&] { QueryInterface(status, "_cstatus"); }), kErrNoInterface);
 }
 
-TEST(FactoryTest, EarlierInterfacesAreOnlyThoseOfTheThreeRevisedClasses) {
-  std::set<std::string_view> revised;
-  for (const InterfaceIdentity& itf : InterfaceIdentities()) {
-    if (!itf.earlier_iid.empty()) revised.insert(itf.name);
-  }
-  EXPECT_EQ(revised,
-            (std::set<std::string_view>{"_CCurveDatum", "_CTestDefinition", "_CClientAid"}));
-  // The members added in the later version are served under the earlier id.
+// (Which interfaces have an earlier id is fixed by the identity test.)
+TEST(FactoryTest, EarlierIdsServeTheMembersAddedLater) {
   const Dispatch point =
       QueryInterface(CreateObject("Tympora.CCurveDatum"), "{E68F3AB6-F29A-4375-88B6-4A3163E8C3CC}");
-  Invoke(point, "maxOutputVal", InvokeKind::PropertyPut, {Variant(90.5)});
-  EXPECT_EQ(Invoke(point, "maxOutputVal", InvokeKind::PropertyGet), Variant(90.5));
+  Invoke(point, "maxOutputVal", kPut, {Variant(90.5)});
+  EXPECT_EQ(Invoke(point, "maxOutputVal", kGet), Variant(90.5));
   // Those members close their interfaces, where a host built against the
   // earlier version never looks; only IsNull, beyond the published members,
   // follows them.
-  const std::map<std::string_view, std::vector<std::string_view>> later_members = {
-      {"_CCurveDatum", {"maxOutputVal", "maxOutputVal", "minOutputVal", "minOutputVal", "IsNull"}},
-      {"_CTestDefinition", {"TestTypeNumber", "TestTypeNumber", "IsNull"}},
-      {"_CClientAid", {"ManufacturerAddress", "ManufacturerAddress", "IsNull"}},
+  const std::pair<std::string_view, std::string> later_members[] = {
+      {"_CCurveDatum", " maxOutputVal maxOutputVal minOutputVal minOutputVal IsNull"},
+      {"_CTestDefinition", " TestTypeNumber TestTypeNumber IsNull"},
+      {"_CClientAid", " ManufacturerAddress ManufacturerAddress IsNull"},
   };
   for (const auto& [name, tail] : later_members) {
-    SCOPED_TRACE(name);
-    const InterfaceInfo* itf = Library().FindInterface(name);
-    ASSERT_NE(itf, nullptr);
-    ASSERT_GT(itf->members.size(), tail.size());
-    const size_t first = itf->members.size() - tail.size();
-    for (size_t i = 0; i < tail.size(); ++i) EXPECT_EQ(itf->members[first + i].name, tail[i]);
+    std::string names;
+    for (const MemberInfo& m : Library().FindInterface(name)->members) {
+      names += " " + std::string(m.name);
+    }
+    EXPECT_TRUE(names.ends_with(tail) && names.size() > tail.size()) << names;
   }
 }
 
@@ -238,10 +225,9 @@ TEST(RegistryTest, RegisterThenUnregisterLeavesTheFolderAsItWas) {
   const std::string& manifest = during.at("Tympora.manifest");
   EXPECT_NE(manifest.find("component=Tympora\n"), std::string::npos);
   EXPECT_NE(manifest.find("version=0.07\n"), std::string::npos);
-  for (const ClassIdentity* cls : Creatable()) {
-    EXPECT_NE(manifest.find("class=" + ProgId(*cls) + " " + std::string(cls->clsid)),
-              std::string::npos)
-        << cls->name;
+  for (const ClassIdentity& cls : ClassIdentities()) {
+    const std::string line = "class=" + ProgId(cls) + " " + std::string(cls.clsid) + " ";
+    EXPECT_EQ(manifest.find(line) != std::string::npos, cls.role == ClassRole::Creatable) << line;
   }
   EXPECT_EQ(manifest.find("Tympora.CNode"), std::string::npos);
   const size_t at = manifest.find("library=") + 8;
