@@ -2,7 +2,6 @@
 // entry points, the live-object count, and use from several threads.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -44,11 +43,10 @@ int32_t PutGet(const tympora_object* o, const char* member, tympora_variant v, V
 }
 
 TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
-  Handle curve;
+  Handle curve, document, node, other;
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
   Value arg, result;
   arg.v.kind = 42;
-  Handle document, node, other;
   ASSERT_EQ(tympora_create_document(&document.p), 0);
   ASSERT_EQ(tympora_query_interface(curve.p, "_CNode", &node.p), 0);
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &other.p), 0);
@@ -123,12 +121,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_EQ(tympora_error_number(), 0);
   EXPECT_STREQ(tympora_error_help_file(), "");
   EXPECT_EQ(tympora_error_help_context(), 0);
-  const std::string saved = ::testing::TempDir() + "c_api_saved.xml";
-  EXPECT_EQ(tympora_save_xml_path(curve.p, saved.c_str()), 0) << tympora_error_description();
-  Handle read;
-  EXPECT_EQ(tympora_import_xml_file(other.p, saved.c_str(), &read.p), 0);
-  EXPECT_STREQ(tympora_interface_name(read.p), "_CStatus");
-  EXPECT_EQ(std::remove(saved.c_str()), 0);
+  // (A save and an import that succeed are the C host's.)
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);
   tympora_object_release(nullptr);

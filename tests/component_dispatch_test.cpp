@@ -94,11 +94,10 @@ bool OfType(const Variant& value, TypeKind type) {
 TEST(DispatchTest, DescriptionListsExactlyTheDispatchTables) {
   std::string expected;
   for (const InterfaceInfo& itf : Library().Interfaces()) {
-    expected += "interface " + std::string(itf.Name()) + " " + std::string(itf.identity->iid);
-    if (!itf.identity->earlier_iid.empty()) {
-      expected += " earlier " + std::string(itf.identity->earlier_iid);
-    }
-    expected += " members " + std::to_string(itf.members.size()) + "\n";
+    const std::string_view earlier = itf.identity->earlier_iid;
+    expected += "interface " + std::string(itf.Name()) + " " + std::string(itf.identity->iid) +
+                (earlier.empty() ? "" : " earlier " + std::string(earlier)) + " members " +
+                std::to_string(itf.members.size()) + "\n";
     for (const MemberInfo& m : itf.members) expected += MemberLine(m);
     expected += "\n";
   }
