@@ -89,7 +89,8 @@ class CliTest : public ::testing::Test {
   tympora::testing::TempDir dir_;
 };
 
-// A small file whose outline is known, one value Null and one client bare.
+// A small file whose outline is known: one value Null, one client bare, and
+// a curve name that CSV must quote.
 const char kOutlineFile[] = R"(<?xml version="1.0"?>
 <Clients id="7">
  <ClientOrPatient id="42"><FirstName>Ann</FirstName><LastName>Smith</LastName>
@@ -105,7 +106,8 @@ const char kOutlineFile[] = R"(<?xml version="1.0"?>
       <DistortionDatum id="1"><Frequency>500</Frequency></DistortionDatum>
      </Curve>
      <Curve id="6"/>
-     <Curve id="7"><Name>  Gain <![CDATA[<&>]]></Name><CurveDatum id="4"><Frequency>1000</Frequency>
+     <Curve id="7"><Name>  Gain <![CDATA[<&>]]>, "b"
+c</Name><CurveDatum id="4"><Frequency>1000</Frequency><Input>-.5</Input><Output>1E3</Output>
      </CurveDatum></Curve>
     </Examination>
    </TestSession>
@@ -122,7 +124,7 @@ const char kClient42[] =
     "        Examination 4: Real ear\n"
     "          Curve 5 \"OSPL90\": 3 points, 250-8000 Hz, 1 distortion point\n"
     "          Curve 6 (no name): 0 points, 0 distortion points\n"
-    "          Curve 7 \"Gain <&>\": 1 point, 1000 Hz, 0 distortion points\n";
+    "          Curve 7 \"Gain <&>, \"b\" c\": 1 point, 1000 Hz, 0 distortion points\n";
 
 // Command lines that ask for help or fail, with the exit status and a text:
 // on success, how the output starts (the error output is empty); on a
@@ -247,9 +249,9 @@ TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
 
 // Inputs that do not parse, with the line of the fault, and inputs whose
 // import fails on a duplicate id (line 0), at the top and deep among a
-// curve's points: check reports the failure (after
-// the parse, for a duplicate id), and roundtrip writes nothing, neither a new
-// file nor over an old one.
+// curve's points: check reports the failure (after the parse, for a
+// duplicate id), and roundtrip writes nothing, neither a new file nor over
+// an old one.
 TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
   const std::string in = Path("in.xml"), fresh = Path("fresh.xml"), kept = Path("kept.xml");
   const std::pair<std::string, int> cases[] = {
@@ -295,8 +297,8 @@ TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
 // Subcommands on small files, with their exit status and output (matched by
 // Matches); none writes an error. Then the pictures that plot draws.
 TEST_F(CliTest, SubcommandsPrintTheirOutput) {
-  const std::string outline = Path("outline.xml"), quoted = Path("quoted.xml"),
-                    json = Path("json.xml"), a = Demo(2, "a.xml"), b = Path("b.xml");
+  const std::string outline = Path("outline.xml"), json = Path("json.xml"), a = Demo(2, "a.xml"),
+                    b = Path("b.xml");
   WriteFile(outline, kOutlineFile);
   // Control characters and bidirectional overrides, in a file's values and
   // in its name, reach the terminal as escapes.
@@ -305,10 +307,6 @@ TEST_F(CliTest, SubcommandsPrintTheirOutput) {
             "<Clients id=\"7\"><ClientOrPatient id=\"42\"><FirstName>\x7F\xC2\x9B"
             "31m</FirstName><LastName>\xE2\x80\xAEZ\xE2\x80\x8F</LastName></ClientOrPatient></"
             "Clients>");
-  WriteFile(quoted,
-            R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1"><TestSession id="1">
-<Examination id="1"><Curve id="1"><Name>a, "b"
-c</Name><CurveDatum id="1"><Input>-.5</Input><Output>1E3</Output></CurveDatum></Curve></Examination></TestSession></ClientAid></ClientOrPatient></Clients>)");
   WriteFile(json, Client("<Frist>Ann</Frist>"));
   // b: a with the model of client 2's first aid changed and the last
   // distortion point removed.
@@ -336,8 +334,7 @@ c</Name><CurveDatum id="1"><Input>-.5</Input><Output>1E3</Output></CurveDatum></
         "42,1,3,4,5,OSPL90,curve,2,8000,,,,,,\r\n"
         "42,1,3,4,5,OSPL90,curve,3,1000,,,,,,\r\n"
         "42,1,3,4,5,OSPL90,distortion,1,500,,,,,,\r\n"
-        "42,1,3,4,7,  Gain <&>,curve,4,1000,,,,,,\r\n"}},
-      {0, {"csv", quoted}, {"", "\r\n1,1,1,1,1,\"a, \"\"b\"\"\nc\",curve,1,,-0.5,1000,,,,\r\n"}},
+        "42,1,3,4,7,\"  Gain <&>, \"\"b\"\"\nc\",curve,4,1000,-0.5,1000,,,,\r\n"}},
       {1,
        {"diff", a, b},
        {"Clients/ClientOrPatient[2]/ClientAid[1]/HearingAidModel: \"" + model +
