@@ -191,12 +191,10 @@ TEST(CApiTest, EntryPointsAndTheLiveObjectCount) {
   EXPECT_EQ(tympora::Object::LiveCount(), before);
   {
     // A C++ host's DOM handles keep the library too: a node keeps its document.
-    tympora::DOMNode node;
-    {
-      tympora::DOMDocument document = tympora::DOMDocument::New();
-      EXPECT_GT(tympora::Object::LiveCount(), before);
-      node = document.createElement("Clients");
-    }
+    tympora::DOMDocument document = tympora::DOMDocument::New();
+    EXPECT_GT(tympora::Object::LiveCount(), before);
+    const tympora::DOMNode node = document.createElement("Clients");
+    document = tympora::DOMDocument();
     EXPECT_GT(tympora::Object::LiveCount(), before);
     EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);
   }
@@ -211,14 +209,13 @@ TEST(CApiTest, ThreadsWorkOnTheirOwnObjectsAndErrors) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([t, &failures] {
       for (int i = 0; i < 50; ++i) {
-        tympora_object* point = nullptr;
+        Handle point;
         Value got;
-        failures[t] += tympora_create_object("Tympora.CCurveDatum", &point) != 0;
-        failures[t] += PutGet(point, "Frequency", {TYMPORA_INT32, {.int32 = t * 1000 + i}}, got);
+        failures[t] += tympora_create_object("Tympora.CCurveDatum", &point.p) != 0;
+        failures[t] += PutGet(point.p, "Frequency", {TYMPORA_INT32, {.int32 = t * 1000 + i}}, got);
         failures[t] += got.v.kind != TYMPORA_INT32 || got.v.value.int32 != t * 1000 + i;
-        failures[t] += Call(point, "Bad", kMethod) != 438;
+        failures[t] += Call(point.p, "Bad", kMethod) != 438;
         failures[t] += tympora_error_number() != 438;
-        tympora_object_release(point);
       }
     });
   }

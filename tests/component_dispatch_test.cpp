@@ -162,8 +162,7 @@ TEST(DispatchTest, PropertiesWrittenByNameReadBackThroughTheirElements) {
 }
 
 TEST(DispatchTest, ByReferenceDocumentsComeBackToTheCaller) {
-  const ObjectPtr curve = CreateObject("Tympora.CCurve");
-  const Dispatch node = QueryInterface(curve, "_CNode");
+  const Dispatch node = QueryInterface(CreateObject("Tympora.CCurve"), "_CNode");
   std::vector<Variant> args(1);  // no document yet
   const Variant status = Invoke(node, "ExportXMLDocument", kMethod, args);
   EXPECT_EQ(std::dynamic_pointer_cast<CStatus>(status.AsObject())->Number(), 0);
@@ -191,8 +190,7 @@ TEST(DispatchTest, ByReferenceDocumentsComeBackToTheCaller) {
 }
 
 TEST(DispatchTest, ChildListsAreLiveCollections) {
-  const ObjectPtr clients = CreateObject("Tympora.CClients");
-  const Dispatch own = QueryInterface(clients);
+  const Dispatch own = QueryInterface(CreateObject("Tympora.CClients"));
   const Variant list = Invoke(own, "Clients", kGet);
   const Dispatch items = QueryInterface(list.AsObject());
   EXPECT_EQ(items.Interface()->Name(), "Collection");
