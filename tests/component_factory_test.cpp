@@ -126,9 +126,8 @@ TEST(FactoryTest, EveryCreatableClassByNameAndByIdWithItsInterfaces) {
     const Variant status = Invoke(node, "ExportTXT", kMethod, {Variant(int16_t{1})});
     EXPECT_EQ(std::dynamic_pointer_cast<CStatus>(status.AsObject())->Number(), 2001);
     // Back to the record's own interface by name, by id and by earlier id.
-    std::vector<std::string_view> keys = {own_id.name, own_id.iid};
-    if (!own_id.earlier_iid.empty()) keys.push_back(own_id.earlier_iid);
-    for (std::string_view key : keys) {
+    for (std::string_view key : {own_id.name, own_id.iid, own_id.earlier_iid}) {
+      if (key.empty()) continue;
       const Dispatch own = QueryInterface(node.Target(), key);
       EXPECT_EQ(own.Interface()->Name(), own_id.name) << key;
       EXPECT_EQ(Invoke(own, "ID", kGet), Variant(int32_t{42}));
