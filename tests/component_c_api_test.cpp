@@ -2,7 +2,6 @@
 // entry points, the live-object count, and use from several threads.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -27,12 +26,27 @@ struct Handle {
   ~Handle() { tympora_object_release(p); }
 };
 
+constexpr int32_t kGet = TYMPORA_PROPERTYGET, kPut = TYMPORA_PROPERTYPUT, kMethod = TYMPORA_METHOD;
+
+// tympora_invoke, with no arguments and no result unless given.
+int32_t Call(const tympora_object* o, const char* member, int32_t kind,
+             tympora_variant* args = nullptr, int32_t count = 0,
+             tympora_variant* result = nullptr) {
+  return tympora_invoke(o, member, kind, args, count, result);
+}
+
+// Puts `v` (still the caller's) into the property `member` of `o`, then
+// reads it back into `got`; the first failure's number.
+int32_t PutGet(const tympora_object* o, const char* member, tympora_variant v, Value& got) {
+  const int32_t put = Call(o, member, kPut, &v, 1);
+  return put ? put : Call(o, member, kGet, nullptr, 0, &got.v);
+}
+
 TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
-  Handle curve;
+  Handle curve, document, node, other;
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &curve.p), 0);
   Value arg, result;
   arg.v.kind = 42;
-  Handle document, node, other;
   ASSERT_EQ(tympora_create_document(&document.p), 0);
   ASSERT_EQ(tympora_query_interface(curve.p, "_CNode", &node.p), 0);
   ASSERT_EQ(tympora_create_object("Tympora.CCurve", &other.p), 0);
@@ -41,24 +55,16 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   Handle imported;  // what the import of a missing file hands back
   // What was called, the number it returned and the number it should return.
   const std::tuple<const char*, int32_t, int32_t> cases[] = {
-      {"NULL object", tympora_invoke(nullptr, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 91},
-      {"NULL member", tympora_invoke(curve.p, nullptr, TYMPORA_PROPERTYGET, nullptr, 0, nullptr),
-       5},
-      {"bad kind", tympora_invoke(curve.p, "ID", 8, nullptr, 0, nullptr), 5},
-      {"method or get",
-       tympora_invoke(curve.p, "ID", TYMPORA_METHOD_OR_PROPERTYGET, nullptr, 0, nullptr), 0},
-      {"method or get, no put",
-       tympora_invoke(curve.p, "Nope", TYMPORA_METHOD_OR_PROPERTYGET, nullptr, 0, nullptr), 438},
-      {"negative count", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, &arg.v, -1, nullptr),
-       5},
-      {"NULL arguments", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYPUT, nullptr, 1, nullptr),
-       5},
-      {"unknown variant kind",
-       tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYPUT, &arg.v, 1, nullptr), 5},
-      {"unknown member", tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, &result.v),
-       438},
-      {"wrong count", tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, &result.v, 1, nullptr),
-       450},
+      {"NULL object", Call(nullptr, "ID", kGet), 91},
+      {"NULL member", Call(curve.p, nullptr, kGet), 5},
+      {"bad kind", Call(curve.p, "ID", 8), 5},
+      {"method or get", Call(curve.p, "ID", TYMPORA_METHOD_OR_PROPERTYGET), 0},
+      {"method or get, no put", Call(curve.p, "Nope", TYMPORA_METHOD_OR_PROPERTYGET), 438},
+      {"negative count", Call(curve.p, "ID", kGet, &arg.v, -1), 5},
+      {"NULL arguments", Call(curve.p, "ID", kPut, nullptr, 1), 5},
+      {"unknown variant kind", Call(curve.p, "ID", kPut, &arg.v, 1), 5},
+      {"unknown member", Call(curve.p, "Nope", kMethod, nullptr, 0, &result.v), 438},
+      {"wrong count", Call(curve.p, "ID", kGet, &result.v, 1), 450},
       {"NULL class name", tympora_create_object(nullptr, &out), 5},
       {"CNode", tympora_create_object("Tympora.CNode", &out), 429},
       {"NULL out", tympora_create_object("Tympora.CCurve", nullptr), 5},
@@ -88,7 +94,6 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"import into no record", tympora_import_xml_file(document.p, "x.xml", &out), 13},
       {"import a missing file",
        tympora_import_xml_file(curve.p, "tympora-c-api-missing.xml", &imported.p), 53},
-
   };
   for (const auto& [what, got, want] : cases) EXPECT_EQ(got, want) << what;
   EXPECT_EQ(out, nullptr);
@@ -96,7 +101,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_STREQ(tympora_interface_name(imported.p), "_CStatus");
   EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
   // The last error stays readable until the next call; a success clears it.
-  EXPECT_EQ(tympora_invoke(curve.p, "Nope", TYMPORA_METHOD, nullptr, 0, nullptr), 438);
+  EXPECT_EQ(Call(curve.p, "Nope", kMethod), 438);
   EXPECT_EQ(tympora_error_number(), 438);
   EXPECT_NE(std::string(tympora_error_description()).find("_CCurve.Nope"), std::string::npos);
   EXPECT_STREQ(tympora_error_source(), "Tympora");
@@ -105,27 +110,18 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   ASSERT_EQ(tympora_create_object("Tympora.CStatus", &status.p), 0);
   Value help;
   tympora_variant_set_string(&help.v, "records.hlp");
-  ASSERT_EQ(tympora_invoke(status.p, "HelpFile", TYMPORA_PROPERTYPUT, &help.v, 1, nullptr), 0);
-  tympora_variant_clear(&help.v);
-  help.v.kind = TYMPORA_INT32;
-  help.v.value.int32 = 2002;
-  ASSERT_EQ(tympora_invoke(status.p, "SetError", TYMPORA_METHOD, &help.v, 1, nullptr), 0);
-  help.v.value.int32 = 17;
-  ASSERT_EQ(tympora_invoke(status.p, "HelpContext", TYMPORA_PROPERTYPUT, &help.v, 1, nullptr), 0);
-  EXPECT_EQ(tympora_invoke(status.p, "RaiseError", TYMPORA_METHOD, nullptr, 0, nullptr),
-            TYMPORA_STATUS_BADPATH);
+  tympora_variant code{TYMPORA_INT32, {.int32 = 2002}}, context{TYMPORA_INT32, {.int32 = 17}};
+  ASSERT_EQ(Call(status.p, "HelpFile", kPut, &help.v, 1), 0);
+  ASSERT_EQ(Call(status.p, "SetError", kMethod, &code, 1), 0);
+  ASSERT_EQ(Call(status.p, "HelpContext", kPut, &context, 1), 0);
+  EXPECT_EQ(Call(status.p, "RaiseError", kMethod), TYMPORA_STATUS_BADPATH);
   EXPECT_STREQ(tympora_error_help_file(), "records.hlp");
   EXPECT_EQ(tympora_error_help_context(), 17);
-  EXPECT_EQ(tympora_invoke(curve.p, "ID", TYMPORA_PROPERTYGET, nullptr, 0, nullptr), 0);
+  EXPECT_EQ(Call(curve.p, "ID", kGet), 0);
   EXPECT_EQ(tympora_error_number(), 0);
   EXPECT_STREQ(tympora_error_help_file(), "");
   EXPECT_EQ(tympora_error_help_context(), 0);
-  const std::string saved = ::testing::TempDir() + "c_api_saved.xml";
-  EXPECT_EQ(tympora_save_xml_path(curve.p, saved.c_str()), 0) << tympora_error_description();
-  Handle read;
-  EXPECT_EQ(tympora_import_xml_file(other.p, saved.c_str(), &read.p), 0);
-  EXPECT_STREQ(tympora_interface_name(read.p), "_CStatus");
-  EXPECT_EQ(std::remove(saved.c_str()), 0);
+  // (A save and an import that succeed are the C host's.)
   EXPECT_STREQ(tympora_interface_name(nullptr), "");
   tympora_variant_clear(nullptr);
   tympora_object_release(nullptr);
@@ -133,46 +129,34 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
 }
 
 TEST(CApiTest, ValuesKeepTheirKindsAndByReferenceArgumentsComeBack) {
-  Handle client;
+  Handle client, point;
   ASSERT_EQ(tympora_create_object("Tympora.CClient", &client.p), 0);
   EXPECT_STREQ(tympora_interface_name(client.p), "_CClient");
-  Value text, date, flag, got;
+  ASSERT_EQ(tympora_create_object("Tympora.CCurveDatum", &point.p), 0);
+  Value text, got;
   tympora_variant_set_string(&text.v, "Z\xc3\xbcrich");
-  date.v.kind = TYMPORA_DATE;
-  date.v.value.date = 36526.75;
-  flag.v.kind = TYMPORA_BOOL;
-  flag.v.value.boolean = 7;  // any non-zero value is true
-  ASSERT_EQ(tympora_invoke(client.p, "City", TYMPORA_PROPERTYPUT, &text.v, 1, nullptr), 0);
-  ASSERT_EQ(tympora_invoke(client.p, "City", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  ASSERT_EQ(PutGet(client.p, "City", text.v, got), 0);
   ASSERT_EQ(got.v.kind, TYMPORA_STRING);
   EXPECT_STREQ(got.v.value.string, "Z\xc3\xbcrich");
   EXPECT_NE(got.v.value.string, text.v.value.string);  // a copy the caller owns
-  ASSERT_EQ(tympora_invoke(client.p, "BirthDate", TYMPORA_PROPERTYPUT, &date.v, 1, nullptr), 0);
-  ASSERT_EQ(tympora_invoke(client.p, "BirthDate", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  ASSERT_EQ(PutGet(client.p, "BirthDate", {TYMPORA_DATE, {.date = 36526.75}}, got), 0);
   EXPECT_EQ(got.v.kind, TYMPORA_DATE);
   EXPECT_EQ(got.v.value.date, 36526.75);
-  ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYPUT, &flag.v, 1, nullptr), 0);
-  ASSERT_EQ(tympora_invoke(client.p, "Deleted", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  // Any non-zero value is true.
+  ASSERT_EQ(PutGet(client.p, "Deleted", {TYMPORA_BOOL, {.boolean = 7}}, got), 0);
   EXPECT_EQ(got.v.kind, TYMPORA_BOOL);
   EXPECT_EQ(got.v.value.boolean, 1);
-  Handle point;
-  ASSERT_EQ(tympora_create_object("Tympora.CCurveDatum", &point.p), 0);
-  Value input;
-  input.v.kind = TYMPORA_DOUBLE;
-  input.v.value.dbl = 65.25;
-  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYPUT, &input.v, 1, nullptr), 0);
-  ASSERT_EQ(tympora_invoke(point.p, "InputVal", TYMPORA_PROPERTYGET, nullptr, 0, &got.v), 0);
+  ASSERT_EQ(PutGet(point.p, "InputVal", {TYMPORA_DOUBLE, {.dbl = 65.25}}, got), 0);
   EXPECT_EQ(got.v.kind, TYMPORA_DOUBLE);
   EXPECT_EQ(got.v.value.dbl, 65.25);
 
   Handle node;
   ASSERT_EQ(tympora_query_interface(client.p, "_CNode", &node.p), 0);
   Value document;  // Empty: the export creates the document and hands it back
-  ASSERT_EQ(tympora_invoke(node.p, "ExportXMLDocument", TYMPORA_METHOD, &document.v, 1, &got.v), 0);
+  ASSERT_EQ(Call(node.p, "ExportXMLDocument", kMethod, &document.v, 1, &got.v), 0);
   ASSERT_EQ(document.v.kind, TYMPORA_OBJECT);
   EXPECT_STREQ(tympora_interface_name(document.v.value.object), "DOMDocument");
-  ASSERT_EQ(tympora_invoke(document.v.value.object, "xml", TYMPORA_PROPERTYGET, nullptr, 0, &got.v),
-            0);
+  ASSERT_EQ(Call(document.v.value.object, "xml", kGet, nullptr, 0, &got.v), 0);
   EXPECT_NE(std::strstr(got.v.value.string, "<City>Z\xc3\xbcrich</City>"), nullptr);
 
   char* description = tympora_describe();
@@ -207,19 +191,15 @@ TEST(CApiTest, EntryPointsAndTheLiveObjectCount) {
   EXPECT_EQ(tympora::Object::LiveCount(), before);
   {
     // A C++ host's DOM handles keep the library too: a node keeps its document.
-    tympora::DOMNode node;
-    {
-      tympora::DOMDocument document = tympora::DOMDocument::New();
-      EXPECT_GT(tympora::Object::LiveCount(), before);
-      node = document.createElement("Clients");
-    }
+    tympora::DOMDocument document = tympora::DOMDocument::New();
+    EXPECT_GT(tympora::Object::LiveCount(), before);
+    const tympora::DOMNode node = document.createElement("Clients");
+    document = tympora::DOMDocument();
     EXPECT_GT(tympora::Object::LiveCount(), before);
     EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);
   }
   EXPECT_EQ(tympora::Object::LiveCount(), before);
-  if (before == 0) {
-    EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_OK);
-  }
+  EXPECT_EQ(before == 0 ? DllCanUnloadNow() : TYMPORA_S_OK, TYMPORA_S_OK);
 }
 
 TEST(CApiTest, ThreadsWorkOnTheirOwnObjectsAndErrors) {
@@ -229,17 +209,13 @@ TEST(CApiTest, ThreadsWorkOnTheirOwnObjectsAndErrors) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([t, &failures] {
       for (int i = 0; i < 50; ++i) {
-        tympora_object* point = nullptr;
-        Value v;
-        v.v.kind = TYMPORA_INT32;
-        v.v.value.int32 = t * 1000 + i;
-        failures[t] += tympora_create_object("Tympora.CCurveDatum", &point) != 0;
-        failures[t] += tympora_invoke(point, "Frequency", TYMPORA_PROPERTYPUT, &v.v, 1, nullptr);
-        failures[t] += tympora_invoke(point, "Frequency", TYMPORA_PROPERTYGET, nullptr, 0, &v.v);
-        failures[t] += v.v.value.int32 != t * 1000 + i;
-        failures[t] += tympora_invoke(point, "Bad", TYMPORA_METHOD, nullptr, 0, nullptr) != 438;
+        Handle point;
+        Value got;
+        failures[t] += tympora_create_object("Tympora.CCurveDatum", &point.p) != 0;
+        failures[t] += PutGet(point.p, "Frequency", {TYMPORA_INT32, {.int32 = t * 1000 + i}}, got);
+        failures[t] += got.v.kind != TYMPORA_INT32 || got.v.value.int32 != t * 1000 + i;
+        failures[t] += Call(point.p, "Bad", kMethod) != 438;
         failures[t] += tympora_error_number() != 438;
-        tympora_object_release(point);
       }
     });
   }

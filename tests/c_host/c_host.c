@@ -1,9 +1,9 @@
 /* A host written in C that knows Tympora only through its C interface: it
  * loads the library at run time, builds a client list (from the class
- * factory) down to a curve point by name, exports it to a file by name,
- * imports the file into a new list, checks that the copy exports the same
- * element as the original, releases everything, and checks that the library
- * may be unloaded and is gone after dlclose.
+ * factory) down to a curve point by name, saves it to a file, imports the
+ * file into a new list, checks that the copy saves the same records,
+ * releases everything, and checks that the library may be unloaded and is
+ * gone after dlclose.
  *
  * Usage: c_host <path of libtympora.so>. Exit status 0 when every step held. */
 #define _POSIX_C_SOURCE 200809L
@@ -26,7 +26,7 @@
   X(factory_release, tympora_factory_release)     \
   X(create_object, tympora_create_object)         \
   X(import_xml_file, tympora_import_xml_file)     \
-  X(query_interface, tympora_query_interface)     \
+  X(save_xml_path, tympora_save_xml_path)         \
   X(release, tympora_object_release)              \
   X(invoke, tympora_invoke)                       \
   X(clear, tympora_variant_clear)                 \
@@ -61,15 +61,6 @@ static int load(void* handle) {
   return failures == 0;
 }
 
-/* Calls a member with one argument (or none when arg is NULL); the result
- * belongs to the caller. */
-static tympora_variant call(tympora_object* o, const char* member, int32_t kind,
-                            tympora_variant* arg) {
-  tympora_variant result = {0};
-  check(lib.invoke(o, member, kind, arg, arg ? 1 : 0, &result) == 0, member);
-  return result;
-}
-
 /* Puts `text` into the property `member` of `o`, or `number` when text is
  * NULL. */
 static void put(tympora_object* o, const char* member, const char* text, double number) {
@@ -79,20 +70,6 @@ static void put(tympora_object* o, const char* member, const char* text, double 
   if (text) lib.set_string(&v, text);
   check(lib.invoke(o, member, TYMPORA_PROPERTYPUT, &v, 1, NULL) == 0, member);
   lib.clear(&v);
-}
-
-/* Calls the _CNode member `member` of `record` with `arg`; the Number of the
- * status it returns (-1 for none). */
-static int32_t node_call(tympora_object* record, const char* member, tympora_variant* arg) {
-  tympora_object* node = NULL;
-  check(lib.query_interface(record, "_CNode", &node) == 0, "_CNode");
-  tympora_variant status = call(node, member, TYMPORA_METHOD_OR_PROPERTYGET, arg), number = {0};
-  if (status.kind == TYMPORA_OBJECT && status.value.object) {
-    number = call(status.value.object, "Number", TYMPORA_PROPERTYGET, NULL);
-  }
-  lib.clear(&status);
-  lib.release(node);
-  return number.kind == TYMPORA_INT32 ? number.value.int32 : -1;
 }
 
 /* The records below a client list, each made by name and added to the one
@@ -122,37 +99,33 @@ static void build_tree(tympora_object* records[LEVELS]) {
   for (int i = LEVELS - 1; i > 0; --i) {
     tympora_variant v = {0};
     lib.set_object(&v, records[i]);
-    tympora_variant r = call(records[i - 1], chain[i - 1].add, TYMPORA_METHOD, &v);
-    lib.clear(&r);
+    check(lib.invoke(records[i - 1], chain[i - 1].add, TYMPORA_METHOD, &v, 1, NULL) == 0,
+          chain[i - 1].add);
     lib.clear(&v);
   }
 }
 
-/* The text of the element that `record` exports by ExportXMLDocument (calls
- * on what is not an object fail with 91 and leave the text empty). */
-static char* element_xml(tympora_object* record) {
-  tympora_variant document = {0};
-  check(node_call(record, "ExportXMLDocument", &document) == 0, "ExportXMLDocument");
-  tympora_variant root = call(document.value.object, "documentElement", TYMPORA_PROPERTYGET, NULL);
-  tympora_variant xml = call(root.value.object, "xml", TYMPORA_PROPERTYGET, NULL);
-  char* text = strdup(xml.kind == TYMPORA_STRING ? xml.value.string : "");
-  lib.clear(&xml);
-  lib.clear(&root);
-  lib.clear(&document);
-  return text;
+/* Saves `record` to `path` and reads the file back into `text`; returns what
+ * follows its second line (the first two, the declaration and a comment that
+ * dates the save, differ between saves). */
+static const char* save(tympora_object* record, const char* path, char* text, size_t size) {
+  check(lib.save_xml_path(record, path) == 0, "tympora_save_xml_path");
+  FILE* file = fopen(path, "rb");
+  const size_t n = file ? fread(text, 1, size - 1, file) : 0;
+  if (file) fclose(file);
+  check(n > 0 && n < size - 1, "the saved file is read whole");
+  text[n] = '\0';
+  const char* line = strchr(text, '\n');
+  return line && strchr(line + 1, '\n') ? strchr(line + 1, '\n') : "";
 }
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    fprintf(stderr, "usage: %s <libtympora.so>\n", argv[0]);
+  void* handle = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
+  if (!handle || !load(handle)) {
+    const char* why = argc == 2 ? dlerror() : "no library given";
+    fprintf(stderr, "usage: %s <libtympora.so> (%s)\n", argv[0], why ? why : "");
     return 2;
   }
-  void* handle = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
-  if (!handle) {
-    fprintf(stderr, "dlopen: %s\n", dlerror());
-    return 2;
-  }
-  if (!load(handle)) return 2;
   check(strcmp(lib.version(), TYMPORA_VERSION_STRING) == 0, "tympora_version");
 
   void* factory = NULL;
@@ -166,25 +139,18 @@ int main(int argc, char** argv) {
   build_tree(records);
   for (int i = 1; i < LEVELS; ++i) lib.release(records[i]);
 
-  char folder[] = "/tmp/tympora_c_host_XXXXXX";
+  char folder[] = "/tmp/tympora_c_host_XXXXXX", path[64], a[16384], b[16384];
   check(mkdtemp(folder) != NULL, "mkdtemp");
-  char path[sizeof folder + 16];
   snprintf(path, sizeof path, "%s/clients.xml", folder);
-  tympora_variant arg = {0};
-  lib.set_string(&arg, path);
-  check(node_call(clients, "ExportXMLPath", &arg) == 0, "ExportXMLPath returns Number 0");
-  lib.clear(&arg);
+  const char* original = save(clients, path, a, sizeof a);
   tympora_object *copy = NULL, *status = NULL;
   check(lib.create_object("Tympora.CClients", &copy) == 0 &&
             lib.import_xml_file(copy, path, &status) == 0 && status,
         "tympora_import_xml_file");
   lib.release(status);
-  char* a = element_xml(clients);
-  char* b = element_xml(copy);
-  check(strlen(a) > 0 && strcmp(a, b) == 0, "the copy exports the same element");
-  free(a);
-  free(b);
-
+  check(strstr(original, "<CurveDatum id=\"6\"><Input>65.25</Input>") &&
+            strcmp(original, save(copy, path, b, sizeof b)) == 0,
+        "the copy saves the same records");
   lib.release(copy);
   lib.release(clients);
   lib.factory_release((tympora_factory*)factory);

@@ -24,10 +24,10 @@ namespace fs = std::filesystem;
 using tympora::testing::ReadFile;
 using tympora::testing::WriteFile;
 
+// The exit status (-1 when the program did not exit normally) and output.
 struct Result {
-  int status = -1;  // exit status, or -1 when the program did not exit normally
-  std::string out;
-  std::string err;
+  int status = -1;
+  std::string out, err;
 };
 
 // `text` quoted for the shell.
@@ -39,6 +39,25 @@ std::string Quoted(const std::string& text) {
 
 bool Has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
+}
+
+// True when `text` is `parts` in order with anything between them: {X} is
+// exactly X, {X, ""} starts with X, {"", X} ends with it, {"", X, ""} holds it.
+bool Matches(const std::string& text, const std::vector<std::string>& parts) {
+  if (parts.size() == 1) return text == parts[0];
+  size_t at = parts[0].size();
+  if (!text.starts_with(parts[0])) return false;
+  for (size_t i = 1; i + 1 < parts.size(); ++i) {
+    if ((at = text.find(parts[i], at)) == std::string::npos) return false;
+    at += parts[i].size();
+  }
+  return text.size() >= at + parts.back().size() && text.ends_with(parts.back());
+}
+
+// A file of one client whose elements are `body`, from line 4 on.
+std::string Client(const std::string& body) {
+  return "<?xml version=\"1.0\"?>\n<Clients id=\"1\">\n<ClientOrPatient id=\"2\">\n" + body +
+         "\n</ClientOrPatient>\n</Clients>\n";
 }
 
 class CliTest : public ::testing::Test {
@@ -70,7 +89,8 @@ class CliTest : public ::testing::Test {
   tympora::testing::TempDir dir_;
 };
 
-// A small file whose outline is known, one value Null and one client bare.
+// A small file whose outline is known: one value Null, one client bare, and
+// a curve name that CSV must quote.
 const char kOutlineFile[] = R"(<?xml version="1.0"?>
 <Clients id="7">
  <ClientOrPatient id="42"><FirstName>Ann</FirstName><LastName>Smith</LastName>
@@ -86,7 +106,8 @@ const char kOutlineFile[] = R"(<?xml version="1.0"?>
       <DistortionDatum id="1"><Frequency>500</Frequency></DistortionDatum>
      </Curve>
      <Curve id="6"/>
-     <Curve id="7"><Name>  Gain <![CDATA[<&>]]></Name><CurveDatum id="4"><Frequency>1000</Frequency>
+     <Curve id="7"><Name>  Gain <![CDATA[<&>]]>, "b"
+c</Name><CurveDatum id="4"><Frequency>1000</Frequency><Input>-.5</Input><Output>1E3</Output>
      </CurveDatum></Curve>
     </Examination>
    </TestSession>
@@ -103,18 +124,7 @@ const char kClient42[] =
     "        Examination 4: Real ear\n"
     "          Curve 5 \"OSPL90\": 3 points, 250-8000 Hz, 1 distortion point\n"
     "          Curve 6 (no name): 0 points, 0 distortion points\n"
-    "          Curve 7 \"Gain <&>\": 1 point, 1000 Hz, 0 distortion points\n";
-
-// The same id twice in one list: at the top, and deep among a curve's points.
-const char kDuplicateClient[] =
-    R"(<Clients id="1"><ClientOrPatient id="5"/><ClientOrPatient id="5"/></Clients>)";
-const char kDuplicatePoint[] = R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1">
-<TestSession id="1"><Examination id="1"><Curve id="1"><CurveDatum id="1"/><CurveDatum id="2"/>
-<DistortionDatum id="9"/><DistortionDatum id="9"/></Curve></Examination></TestSession>
-</ClientAid></ClientOrPatient></Clients>)";
-
-const char kDuplicateKeyError[] =
-    "457: This key is already associated with an element of this collection (";
+    "          Curve 7 \"Gain <&>, \"b\" c\": 1 point, 1000 Hz, 0 distortion points\n";
 
 // Command lines that ask for help or fail, with the exit status and a text:
 // on success, how the output starts (the error output is empty); on a
@@ -188,13 +198,15 @@ TEST_F(CliTest, HelpUsageErrorsAndFailuresGiveTheirStatusAndMessages) {
   EXPECT_EQ(Run({"--version"}).out, "tympora " TYMPORA_VERSION "\n");
 }
 
-TEST_F(CliTest, DemoPrintsCountsSizeTimesAndStatus) {
-  const std::string file = Path("demo.xml");
-  const Result r = Run({"demo", "--clients", "3", "--out", file});
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.err, "");  // no progress indicator: stderr is not a terminal
+// A demo of 3 clients, check and roundtrip on its file.
+TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
+  const std::string in = Path("in.xml"), out = Path("out.xml");
+  const Result demo = Run({"demo", "--clients", "3", "--out", in});
+  ASSERT_EQ(demo.status, 0) << demo.err;
+  EXPECT_EQ(demo.err, "");  // no progress indicator: stderr is not a terminal
   // Every client has 2 aids, each 2 sessions of 2 examinations of 2 curves,
   // each curve 20 points and 5 distortion points.
+  const std::string size = std::to_string(fs::file_size(in));
   const std::string counts =
       "  Clients                  1\n"
       "  ClientOrPatient          3\n"
@@ -204,92 +216,75 @@ TEST_F(CliTest, DemoPrintsCountsSizeTimesAndStatus) {
       "  Curve                   48\n"
       "  CurveDatum             960\n"
       "  DistortionDatum        240\n";
-  EXPECT_TRUE(Has(r.out, counts)) << r.out;
-  EXPECT_TRUE(Has(r.out, "size:     " + std::to_string(fs::file_size(file)) + " bytes (")) << r.out;
+  EXPECT_TRUE(
+      Matches(demo.out, {"tympora demo: 3 clients exported and imported back\nrecords per "
+                         "level (in each tree):\n" +
+                             counts + "file:     " + in + "\nsize:     " + size + " bytes (",
+                         "\ncompare:  the two trees are equal\nstatus:   0\n"}))
+      << demo.out;
   const std::regex times(
       "\nexport: +[0-9]+\\.[0-9]{2} s \\(SaveXMLPath\\)\nimport: +[0-9]+\\.[0-9]{2} s \\(load ");
-  EXPECT_TRUE(std::regex_search(r.out, times)) << r.out;
-  EXPECT_TRUE(r.out.ends_with("\ncompare:  the two trees are equal\nstatus:   0\n")) << r.out;
+  EXPECT_TRUE(std::regex_search(demo.out, times)) << demo.out;
+  const Result check = Run({"check", in}), round = Run({"roundtrip", in, out});
+  EXPECT_EQ(check.status, 0);
+  EXPECT_EQ(check.err + round.err, "");
+  EXPECT_EQ(check.out, in + ": well-formed XML, " + size +
+                           " bytes, document element \"Clients\"\nrecords:\n" + counts +
+                           "status: 0\n");
+  ASSERT_EQ(round.status, 0);
+  EXPECT_EQ(round.out, in + ": imported 3 clients, status 0\n" + out + ": exported " +
+                           std::to_string(fs::file_size(out)) + " bytes, status 0\n");
+  // Equal but for the comment that dates each export.
+  const std::string a = ReadFile(in), b = ReadFile(out);
+  EXPECT_EQ(a.substr(a.find("-->")), b.substr(b.find("-->")));
   // Without --out, a temporary file that is removed at the end.
   const Result temporary = Run({"demo", "--clients", "0"});
-  ASSERT_EQ(temporary.status, 0) << temporary.err;
-  EXPECT_TRUE(Has(temporary.out, "  ClientOrPatient          0\n")) << temporary.out;
   std::smatch used;
-  ASSERT_TRUE(std::regex_search(temporary.out, used,
-                                std::regex("\nfile: +(.+\\.xml) \\(removed at the end\\)\n")))
+  ASSERT_TRUE(std::regex_search(
+      temporary.out, used,
+      std::regex("  ClientOrPatient +0\n[^]*\nfile: +(.+\\.xml) \\(removed at the end\\)\n")))
       << temporary.out;
   EXPECT_FALSE(fs::exists(used[1].str())) << used[1];
 }
 
-TEST_F(CliTest, CheckReportsWhereAFileDoesNotParse) {
+// Inputs that do not parse, with the line of the fault, and inputs whose
+// import fails on a duplicate id (line 0), at the top and deep among a
+// curve's points: check reports the failure (after the parse, for a
+// duplicate id), and roundtrip writes nothing, neither a new file nor over
+// an old one.
+TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
+  const std::string in = Path("in.xml"), fresh = Path("fresh.xml"), kept = Path("kept.xml");
   const std::pair<std::string, int> cases[] = {
+      {R"(<Clients id="1"><ClientOrPatient id="5"/><ClientOrPatient id="5"/></Clients>)", 0},
+      {R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1">
+<TestSession id="1"><Examination id="1"><Curve id="1"><CurveDatum id="1"/><CurveDatum id="2"/>
+<DistortionDatum id="9"/><DistortionDatum id="9"/></Curve></Examination></TestSession>
+</ClientAid></ClientOrPatient></Clients>)",
+       0},
       {"<Clients id=\"1\">\n  <ClientOrPatient id=\"2\">\n  </Clients>\n", 3},
       {"<Clients id=\"1\">\n<ClientOrPatient id=\"2\"/>\n\n<ClientOrPatient id=2/>\n</Clients>", 4},
       {"<?xml version=\"1.0\"?>\n<Clients <ClientOrPatient/></Clients>", 2},
       {"<Clients/>\n<Clients/>\n", 2},
       {"no markup at all", 1},
+      {"<Clients id=\"1\">", 1},
   };
   for (const auto& [text, line] : cases) {
     SCOPED_TRACE(text);
-    const std::string file = Path("bad.xml");
-    WriteFile(file, text);
-    const Result r = Run({"check", file});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.out, "");
-    // The reason follows the line and column.
-    const std::string where = "1003: " + file + ", line " + std::to_string(line) + ", column ";
-    EXPECT_TRUE(r.err.starts_with(where) &&
-                std::regex_match(r.err.substr(where.size()),
-                                 std::regex("[1-9][0-9]*: .+ \\(DOMDocument\\)\n")))
-        << r.err;
-  }
-}
-
-TEST_F(CliTest, CheckAndRoundtripReadADemoFile) {
-  const std::string in = Demo(3, "in.xml");
-  const Result r = Run({"check", in});
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.err, "");
-  EXPECT_TRUE(r.out.starts_with(in + ": well-formed XML, " + std::to_string(fs::file_size(in)) +
-                                " bytes, document element \"Clients\"\n"))
-      << r.out;
-  EXPECT_TRUE(Has(r.out, "  ClientAid                6\n")) << r.out;
-  EXPECT_TRUE(Has(r.out, "  CurveDatum             960\n")) << r.out;
-  EXPECT_TRUE(r.out.ends_with("\nstatus: 0\n")) << r.out;
-  // Roundtrip writes the same tree again.
-  const std::string out = Path("out.xml");
-  const Result round = Run({"roundtrip", in, out});
-  ASSERT_EQ(round.status, 0) << round.err;
-  EXPECT_EQ(round.out, in + ": imported 3 clients, status 0\n" + out + ": exported " +
-                           std::to_string(fs::file_size(out)) + " bytes, status 0\n");
-  // Equal but for the comment that dates each export (its second line).
-  auto body = [](const std::string& path) {
-    const std::string text = ReadFile(path);
-    return text.substr(text.find('\n', text.find('\n') + 1));
-  };
-  EXPECT_EQ(body(in), body(out));
-}
-
-// Inputs whose import fails: check reports the failure (after the parse,
-// for a duplicate id), and roundtrip writes nothing, neither a new file nor
-// over an old one.
-TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
-  const std::pair<std::string, std::string> cases[] = {
-      {kDuplicateClient, kDuplicateKeyError},
-      {kDuplicatePoint, kDuplicateKeyError},
-      {"<Clients id=\"1\">", "1003: "},
-  };
-  for (const auto& [text, error] : cases) {
-    SCOPED_TRACE(text);
-    const std::string in = Path("in.xml"), fresh = Path("fresh.xml"), kept = Path("kept.xml");
     WriteFile(in, text);
     WriteFile(kept, "earlier");
+    // A parse error's reason follows its line and column.
+    const std::string error =
+        line == 0 ? "457: This key is already associated with an element of this collection ("
+                  : "1003: " + in + ", line " + std::to_string(line) + ", column ";
     const Result checked = Run({"check", in});
     EXPECT_EQ(checked.status, 1);
-    EXPECT_EQ(checked.out.starts_with(in + ": well-formed XML"), error == kDuplicateKeyError)
-        << checked.out;
-    EXPECT_FALSE(Has(checked.out, "status: 0")) << checked.out;
-    EXPECT_TRUE(checked.err.starts_with(error)) << checked.err;
+    EXPECT_EQ(checked.out, line ? ""
+                                : in + ": well-formed XML, " + std::to_string(text.size()) +
+                                      " bytes, document element \"Clients\"\n");
+    EXPECT_TRUE(checked.err.starts_with(error) &&
+                (line == 0 || std::regex_match(checked.err.substr(error.size()),
+                                               std::regex("[1-9][0-9]*: .+ \\(DOMDocument\\)\n"))))
+        << checked.err;
     const Result r = Run({"roundtrip", in, fresh});
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.err.starts_with(error)) << r.err;
@@ -299,9 +294,12 @@ TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
   }
 }
 
-TEST_F(CliTest, ShowPrintsAnOutline) {
-  const std::string file = Path("outline.xml");
-  WriteFile(file, kOutlineFile);
+// Subcommands on small files, with their exit status and output (matched by
+// Matches); none writes an error. Then the pictures that plot draws.
+TEST_F(CliTest, SubcommandsPrintTheirOutput) {
+  const std::string outline = Path("outline.xml"), json = Path("json.xml"), a = Demo(2, "a.xml"),
+                    b = Path("b.xml");
+  WriteFile(outline, kOutlineFile);
   // Control characters and bidirectional overrides, in a file's values and
   // in its name, reach the terminal as escapes.
   const std::string hostile = Path("a\x1b[2J\xE2\x81\xA6.xml");
@@ -309,65 +307,108 @@ TEST_F(CliTest, ShowPrintsAnOutline) {
             "<Clients id=\"7\"><ClientOrPatient id=\"42\"><FirstName>\x7F\xC2\x9B"
             "31m</FirstName><LastName>\xE2\x80\xAEZ\xE2\x80\x8F</LastName></ClientOrPatient></"
             "Clients>");
-  const std::pair<std::vector<std::string>, std::string> cases[] = {
-      {{"show", file},
-       std::string("Clients 7: 2 clients\n") + kClient42 +
-           "  Client 43: (no name)\n"
-           "    Aid 1: (no model)\n"},
-      {{"show", "--client", "42", file}, std::string("Clients 7: 2 clients\n") + kClient42},
-      {{"show", file, "--client=43"},
-       "Clients 7: 2 clients\n  Client 43: (no name)\n    Aid 1: (no model)\n"},
-      {{"show", hostile},
-       "Clients 7: 1 client\n  Client 42: \\x7f\\u009b31m \\u202eZ\xE2\x80\x8F\n"},
+  WriteFile(json, Client("<Frist>Ann</Frist>"));
+  // b: a with the model of client 2's first aid changed and the last
+  // distortion point removed.
+  std::string text = ReadFile(a);
+  const size_t at = text.find("<HearingAidModel>", text.find("<ClientOrPatient id=\"2\">")) + 17;
+  const std::string model = text.substr(at, text.find('<', at) - at);
+  text.replace(at, model.size(), "X, \"Y\"");
+  const size_t last = text.rfind("<DistortionDatum id=\"5\">");
+  text.erase(last, text.find("</DistortionDatum>", last) + 18 - last);
+  WriteFile(b, text);
+  const std::string clients = "Clients 7: 2 clients\n",
+                    bare = "  Client 43: (no name)\n    Aid 1: (no model)\n";
+  const std::tuple<int, std::vector<std::string>, std::vector<std::string>> cases[] = {
+      {0, {"show", outline}, {clients + kClient42 + bare}},
+      {0, {"show", "--client", "42", outline}, {clients + kClient42}},
+      {0, {"show", outline, "--client=43"}, {clients + bare}},
+      {0,
+       {"show", hostile},
+       {"Clients 7: 1 client\n  Client 42: \\x7f\\u009b31m \\u202eZ\xE2\x80\x8F\n"}},
+      {0,
+       {"csv", outline},
+       {"client,aid,session,examination,curve,curve_name,kind,point,frequency,input,output,"
+        "max_output,min_output,distortion,other\r\n"
+        "42,1,3,4,5,OSPL90,curve,1,250,,,,,,\r\n"
+        "42,1,3,4,5,OSPL90,curve,2,8000,,,,,,\r\n"
+        "42,1,3,4,5,OSPL90,curve,3,1000,,,,,,\r\n"
+        "42,1,3,4,5,OSPL90,distortion,1,500,,,,,,\r\n"
+        "42,1,3,4,7,\"  Gain <&>, \"\"b\"\"\nc\",curve,4,1000,-0.5,1000,,,,\r\n"}},
+      {1,
+       {"diff", a, b},
+       {"Clients/ClientOrPatient[2]/ClientAid[1]/HearingAidModel: \"" + model +
+        "\" -> \"X, \"Y\"\"\nClients/ClientOrPatient[2]/ClientAid[2]/TestSession[2]/"
+        "Examination[2]/Curve[2]/DistortionDatum[5]: removed\n"}},
+      {1, {"diff", b, a}, {"", "DistortionDatum[5]: added\n"}},
+      {0, {"diff", a, a}, {"the two files hold the same records\n"}},
+      {0,
+       {"describe"},
+       {"", "\n  STATUS_BADPATH = 2002\n", "\nclass CClients ",
+        "\n  method ExportXMLPath(sFilePath As String) As CStatus\n", ""}},
+      {1,
+       {"validate", "--json", json},
+       {"", "\n  {\"line\": 4, \"column\": 1, \"rule\": \"unknown-element\", ", ""}},
   };
-  for (const auto& [args, out] : cases) {
+  for (const auto& [status, args, out] : cases) {
     SCOPED_TRACE(testing::PrintToString(args));
     const Result r = Run(args);
-    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.status, status);
     EXPECT_EQ(r.err, "");
-    EXPECT_EQ(r.out, out);
+    EXPECT_TRUE(Matches(r.out, out)) << r.out;
   }
-  const Result named = Run({"show", hostile, "--client", "8"});
-  EXPECT_EQ(named.err,
+  EXPECT_EQ(Run({"show", hostile, "--client", "8"}).err,
             "tympora show: no client with id 8 in " + Path("a\\x1b[2J\\u2066.xml") + "\n");
-}
-
-TEST_F(CliTest, DescribeListsTheInterfacesUnlessTheOutputFails) {
-  const Result r = Run({"describe"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.err, "");
-  for (const char* line : {"\nclass CClients ", "\n  STATUS_BADPATH = 2002\n",
-                           "\n  method ExportXMLPath(sFilePath As String) As CStatus\n"}) {
-    EXPECT_TRUE(Has(r.out, line)) << line;
-  }
   // An output that cannot be written is a failure.
   const Result full = Run({"describe"}, "/dev/full");
   EXPECT_EQ(full.status, 1);
   EXPECT_EQ(full.err, "tympora: cannot write the output\n");
+  // Plots of client 2: one picture per examination.
+  for (const std::string format : {"svg", "png", "pdf"}) {
+    SCOPED_TRACE(format);
+    const Result r = Run({"plot", a, "--out", Path(format), "--client", "2", "--format", format});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out + r.err, "8 picture(s) written to " + Path(format) + "\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(Path(format)), fs::directory_iterator()), 8);
+    const std::string bytes = ReadFile(Path(format + "/client2_aid1_session1_exam1." + format));
+    EXPECT_GT(bytes.size(), 5000u);
+    if (format == "png") {
+      // The signature, then the header's width 900 and height 640.
+      EXPECT_EQ(bytes.substr(0, 24),
+                std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\x03\x84\0\0\x02\x80", 24));
+    }
+    if (format == "svg") {
+      // Each of the two curves is stroked in a colour of its own: the first
+      // two colours of the palette, each stroked in both panels.
+      std::set<std::string> colours;
+      for (size_t at = 0; (at = bytes.find("stroke:rgb(", at)) != std::string::npos; ++at) {
+        colours.insert(bytes.substr(at, bytes.find(')', at) - at));
+      }
+      EXPECT_EQ(colours,
+                (std::set<std::string>{"stroke:rgb(0%,0%,0%", "stroke:rgb(12%,47%,71%",
+                                       "stroke:rgb(84%,15%,16%", "stroke:rgb(88%,88%,88%"}));
+    }
+  }
 }
 
 // Damaged files and what validate reports for each, as "line rule" in
-// document order; `body` is set into a client.
+// document order.
 TEST_F(CliTest, ValidateReportsEveryDroppedValueWithItsLine) {
-  auto client = [](const std::string& body) {
-    return "<?xml version=\"1.0\"?>\n<Clients id=\"1\">\n<ClientOrPatient id=\"2\">\n" + body +
-           "\n</ClientOrPatient>\n</Clients>\n";
-  };
-  const std::string point = "<ClientAid id=\"1\"><TestSession id=\"1\"><Examination id=\"1\">\n";
   const std::pair<std::string, std::vector<std::string>> cases[] = {
-      {client("<BirthDate>yesterday</BirthDate>"), {"4 not-a-date"}},
-      {client("<BirthDate>14.07.1950</BirthDate>"), {"4 date-in-other-locale"}},
-      {client("<Frist>Ann</Frist>\n<firstname>Ann</firstname>"),
+      {Client("<BirthDate>yesterday</BirthDate>"), {"4 not-a-date"}},
+      {Client("<BirthDate>14.07.1950</BirthDate>"), {"4 date-in-other-locale"}},
+      {Client("<Frist>Ann</Frist>\n<firstname>Ann</firstname>"),
        {"4 unknown-element", "5 letter-case"}},
-      {client("<FirstName>Ann</FirstName>\n<FirstName>Bo</FirstName>"), {"5 duplicate"}},
-      {client("<LastName null=\"true\">Smith</LastName>"), {"4 null-with-text"}},
-      {client("stray <Number>1</Number>"), {"4 text-outside"}},
-      {client("<ClientAid id=\"\"><TestSession id=\"abc\"/></ClientAid>\n<ClientAid "
+      {Client("<FirstName>Ann</FirstName>\n<FirstName>Bo</FirstName>"), {"5 duplicate"}},
+      {Client("<LastName null=\"true\">Smith</LastName>"), {"4 null-with-text"}},
+      {Client("stray <Number>1</Number>"), {"4 text-outside"}},
+      {Client("<ClientAid id=\"\"><TestSession id=\"abc\"/></ClientAid>\n<ClientAid "
               "null=\"true\"/>"),
        {"4 bad-id", "4 bad-id", "5 null-record"}},
-      {client(point + "<NumberOfCurves>-2</NumberOfCurves><Curve id=\"1\">\n" +
-              "<CurveDatum id=\"1\"><Frequency>lots</Frequency></CurveDatum>\n" +
-              "<CurveDatum id=\"2\"><Frequency>200000</Frequency><Input>1,5</Input></CurveDatum>" +
+      {Client("<ClientAid id=\"1\"><TestSession id=\"1\"><Examination id=\"1\">\n"
+              "<NumberOfCurves>-2</NumberOfCurves><Curve id=\"1\">\n"
+              "<CurveDatum id=\"1\"><Frequency>lots</Frequency></CurveDatum>\n"
+              "<CurveDatum id=\"2\"><Frequency>200000</Frequency><Input>1,5</Input></CurveDatum>"
               "\n</Curve></Examination></TestSession></ClientAid>"),
        {"5 out-of-range", "6 not-a-number", "7 out-of-range", "7 not-a-number"}},
       {"<svg xmlns=\"http://www.w3.org/2000/svg\">\n  <rect width=\"1\"/>\n</svg>",
@@ -387,14 +428,6 @@ TEST_F(CliTest, ValidateReportsEveryDroppedValueWithItsLine) {
     }
     EXPECT_EQ(found, expected) << r.out;
   }
-  // The same findings as JSON, with columns.
-  const std::string file = Path("json.xml");
-  WriteFile(file, client("<Frist>Ann</Frist>"));
-  const Result json = Run({"validate", "--json", file});
-  EXPECT_EQ(json.status, 1);
-  EXPECT_NE(json.out.find("{\"line\": 4, \"column\": 1, \"rule\": \"unknown-element\""),
-            std::string::npos)
-      << json.out;
 }
 
 // Runs xmllint on `file` against `schema`; true when it validates.
@@ -411,20 +444,17 @@ TEST_F(CliTest, SchemaAndValidateAcceptWhatTymporaWritesAndRefuseBrokenFiles) {
   const std::string schema = Path("tympora.xsd");
   ASSERT_EQ(Run({"schema"}, schema).status, 0);
   const std::string data = TYMPORA_TEST_DATA;
-  for (const char* golden : {"curve_new.xml", "curve_points.xml", "test_definition.xml"}) {
+  for (const char* golden : {"curve_new.xml", "curve_points.xml", "test_definition.xml"})
     EXPECT_TRUE(SchemaValid(schema, data + "/" + golden)) << golden;
-  }
   // Scrambled trees, exported in locales whose dates differ; the one in the
   // C locale, which the program runs in, is validated too.
   std::vector<std::string> files = {data + "/clients_small.xml", Demo(2, "demo.xml")};
+  const auto clinic = tympora::support::BuildScrambledClinic(
+      {.clients = 3, .curve_points = 3, .distortion_points = 2, .seed = 11});
   for (const std::string locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
     tympora::SetLocale(locale);
     const std::string file = Path("scrambled_" + locale + ".xml");
-    const tympora::StatusPtr status =
-        tympora::support::BuildScrambledClinic(
-            {.clients = 3, .curve_points = 3, .distortion_points = 2, .seed = 11})
-            ->ExportXMLPath(file);
-    ASSERT_TRUE(!status || status->Number() == 0) << status->Description();
+    ASSERT_EQ(clinic->ExportXMLPath(file)->Number(), 0);
     EXPECT_TRUE(SchemaValid(schema, file)) << locale;
     if (locale == "C") files.push_back(file);
   }
@@ -447,93 +477,10 @@ TEST_F(CliTest, SchemaAndValidateAcceptWhatTymporaWritesAndRefuseBrokenFiles) {
   };
   for (const auto& [from, to] : breaks) {
     SCOPED_TRACE(to);
-    const size_t at = text.find(from);
-    ASSERT_NE(at, std::string::npos);
     std::string broken = text;
-    broken.replace(at, from.size(), to);
-    const std::string file = Path("broken.xml");
-    WriteFile(file, broken);
-    EXPECT_FALSE(SchemaValid(schema, file));
-  }
-}
-
-TEST_F(CliTest, DiffListsRecordLevelDifferences) {
-  const std::string a = Demo(2, "a.xml");
-  std::string text = ReadFile(a);
-  const std::string model = "<HearingAidModel>";
-  const size_t at = text.find(model, text.find("<ClientOrPatient id=\"2\">"));
-  const size_t end = text.find('<', at + model.size());
-  const std::string old_model = text.substr(at + model.size(), end - at - model.size());
-  text.replace(at + model.size(), old_model.size(), "X, \"Y\"");
-  const size_t last = text.rfind("<DistortionDatum id=\"5\">");
-  text.erase(last, text.find("</DistortionDatum>", last) + 18 - last);
-  const std::string b = Path("b.xml");
-  WriteFile(b, text);
-  const Result r = Run({"diff", a, b});
-  EXPECT_EQ(r.status, 1) << r.err;
-  EXPECT_EQ(r.out, "Clients/ClientOrPatient[2]/ClientAid[1]/HearingAidModel: \"" + old_model +
-                       "\" -> \"X, \"Y\"\"\n"
-                       "Clients/ClientOrPatient[2]/ClientAid[2]/TestSession[2]/Examination[2]/"
-                       "Curve[2]/DistortionDatum[5]: removed\n");
-  const Result back = Run({"diff", b, a});
-  EXPECT_NE(back.out.find("DistortionDatum[5]: added\n"), std::string::npos) << back.out;
-  const Result same = Run({"diff", a, a});
-  EXPECT_EQ(same.status, 0);
-  EXPECT_EQ(same.out, "the two files hold the same records\n");
-}
-
-TEST_F(CliTest, CsvWritesOneQuotedRowPerPoint) {
-  const std::string file = Path("outline.xml");
-  WriteFile(file, kOutlineFile);
-  const Result r = Run({"csv", file});
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out,
-            "client,aid,session,examination,curve,curve_name,kind,point,frequency,input,output,"
-            "max_output,min_output,distortion,other\r\n"
-            "42,1,3,4,5,OSPL90,curve,1,250,,,,,,\r\n"
-            "42,1,3,4,5,OSPL90,curve,2,8000,,,,,,\r\n"
-            "42,1,3,4,5,OSPL90,curve,3,1000,,,,,,\r\n"
-            "42,1,3,4,5,OSPL90,distortion,1,500,,,,,,\r\n"
-            "42,1,3,4,7,  Gain <&>,curve,4,1000,,,,,,\r\n");
-  WriteFile(file,
-            R"(<Clients id="1"><ClientOrPatient id="1"><ClientAid id="1"><TestSession id="1">
-<Examination id="1"><Curve id="1"><Name>a, "b"
-c</Name><CurveDatum id="1"><Input>-.5</Input><Output>1E3</Output></CurveDatum></Curve></Examination></TestSession></ClientAid></ClientOrPatient></Clients>)");
-  const Result quoted = Run({"csv", file});
-  EXPECT_NE(quoted.out.find("\r\n1,1,1,1,1,\"a, \"\"b\"\"\nc\",curve,1,,-0.5,1000,,,,\r\n"),
-            std::string::npos)
-      << quoted.out;
-}
-
-TEST_F(CliTest, PlotDrawsOnePicturePerExaminationWithEveryCurve) {
-  const std::string demo = Demo(2, "demo.xml");
-  for (const char* format : {"svg", "png", "pdf"}) {
-    SCOPED_TRACE(format);
-    const fs::path out = Path(std::string("plots_") + format);
-    const Result r =
-        Run({"plot", demo, "--out", out.string(), "--client", "2", "--format", format});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "8 picture(s) written to " + out.string() + "\n");
-    const fs::path first = out / (std::string("client2_aid1_session1_exam1.") + format);
-    const std::string bytes = ReadFile(first);
-    EXPECT_GT(bytes.size(), 5000u);
-    if (std::string(format) == "png") {
-      // The signature, then the header's width 900 and height 640.
-      EXPECT_EQ(bytes.substr(0, 24),
-                std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\x03\x84\0\0\x02\x80", 24));
-    }
-    if (std::string(format) == "svg") {
-      // Each of the two curves is stroked in a colour of its own.
-      std::set<std::string> colours;
-      for (size_t at = 0; (at = bytes.find("stroke:rgb(", at)) != std::string::npos; ++at) {
-        colours.insert(bytes.substr(at, bytes.find(')', at) - at));
-      }
-      // The first two colours of the palette, each stroked in both panels.
-      EXPECT_EQ(colours,
-                (std::set<std::string>{"stroke:rgb(0%,0%,0%", "stroke:rgb(12%,47%,71%",
-                                       "stroke:rgb(84%,15%,16%", "stroke:rgb(88%,88%,88%"}));
-    }
-    EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 8);
+    ASSERT_NE(text.find(from), std::string::npos);
+    WriteFile(Path("broken.xml"), broken.replace(text.find(from), from.size(), to));
+    EXPECT_FALSE(SchemaValid(schema, Path("broken.xml")));
   }
 }
 
