@@ -89,7 +89,12 @@ TEST(ConversionsIsNumericText, FollowsTheLocaleSeparators) {
         {"1E+", kNaN},  {"1,000", kNaN},  {"1E+400", kNaN}, {"1E-400", 0},   {"Infinity", kNaN},
         {"NaN", kNaN},  {"0x10", kNaN}}},
       {"en_US.UTF-8",
-       {{"1,2.5", 12.5}, {"1,5", 15}, {",5", kNaN}, {"5,", kNaN}, {"1,,5", kNaN}, {"1.5,0", kNaN}}},
+       {{"1,234.5", 1234.5},
+        {"1,5", 15},
+        {",5", kNaN},
+        {"5,", kNaN},
+        {"1,,5", kNaN},
+        {"1.5,0", kNaN}}},
       {"de_DE.UTF-8",
        {{"1,5", 1.5}, {"1.5", 1.5}, {"-0,25E2", -25}, {"1.234,5", kNaN}, {"1,2,3", kNaN}}},
   };
