@@ -27,10 +27,9 @@
 namespace tympora::testing {
 
 // A status as one text: "number description [source]".
-inline std::string StatusText(const StatusPtr& status) {
-  if (!status) return "no status";
-  return std::to_string(status->Number()) + " " + status->Description() + " [" + status->Source() +
-         "]";
+inline std::string StatusText(const StatusPtr& s) {
+  return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
+           : "no status";
 }
 
 // The number of the tympora::Error that `f` raises, or 0 when it raises none.
@@ -166,10 +165,9 @@ inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& gol
   const char* update = std::getenv("TYMPORA_UPDATE_GOLDEN");
   if (update && std::string_view(update) == "1" &&
       (actual != expected || text != GoldenText(GoldenBytes(text)))) {
-    if (GoldenBytes(GoldenText(written)) != written) {
+    if (GoldenBytes(GoldenText(written)) != written)
       return ::testing::AssertionFailure()
              << "the export holds a LF between \">\" and \"<\": no golden file can keep it";
-    }
     WriteFile(golden, GoldenText(written));
     std::cout << "TYMPORA_UPDATE_GOLDEN: wrote " << golden.string() << "\n";
     return ::testing::AssertionSuccess();
@@ -211,13 +209,11 @@ class TempDir {
 // Switches the process to `name` for the life of the guard, then back.
 class LocaleGuard {
  public:
-  explicit LocaleGuard(const std::string& name) : previous_(CurrentLocale().name) {
-    SetLocale(name);
-  }
+  explicit LocaleGuard(const std::string& name) { SetLocale(name); }
   ~LocaleGuard() { SetLocale(previous_); }
 
  private:
-  std::string previous_;
+  const std::string previous_ = CurrentLocale().name;
 };
 
 }  // namespace tympora::testing

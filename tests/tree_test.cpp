@@ -21,8 +21,7 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
     SCOPED_TRACE(locale);
     testing::LocaleGuard guard(locale);
     TempDir dir;
-    TreeShape shape;  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
-    auto original = BuildScrambledClinic(shape);
+    auto original = BuildScrambledClinic({});  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
     ASSERT_EQ(original->ExportXMLPath(dir / "clinic.xml")->Number(), 0);
     DOMDocument doc = DOMDocument::New();
     ASSERT_TRUE(doc.load(dir / "clinic.xml")) << doc.parseError().reason;

@@ -36,10 +36,9 @@ inline int32_t ErrorOf(const std::function<void()>& f) {
   return 0;
 }
 
-inline std::string Describe(const StatusPtr& status) {
-  if (!status) return "no status";
-  return std::to_string(status->Number()) + " " + status->Description() + " [" + status->Source() +
-         "]";
+inline std::string Describe(const StatusPtr& s) {
+  return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
+           : "no status";
 }
 
 // The one file a harness writes; removed again when the run ends.
