@@ -213,25 +213,22 @@ class HostRecord : public RecordBase {
 // exported through its CNode members, whatever its children are.
 TEST(RecordWriterTest, HostRecordsTakeTheDocumentRoad) {
   TempDir dir;
-  const struct {
-    const char* name;
-    bool own_document;
-    const char* written;
-  } rows[] = {
+  // What the host record is asked to do, and a part of what the file must hold.
+  const std::tuple<const char*, bool, const char*> rows[] = {
       {"a node of another class as a child", false,
        "<HostRecord id=\"7\"><Probe id=\"0\"><Name>probe</Name></Probe></HostRecord>"},
       {"its own ExportXMLDocument", true, "<HostDocument/>"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, own_document, part] : rows) {
+    SCOPED_TRACE(name);
     HostRecord host;
     host.ID(7);
-    host.own_document = row.own_document;
+    host.own_document = own_document;
     host.children->Add(std::make_shared<testing::Probe>(), "0");
     StatusPtr status;
     const std::string written = FileRoad(host, dir / "host.xml", status);
     ASSERT_EQ(status->Number(), 0) << status->Description();
-    EXPECT_NE(written.find(row.written), std::string::npos) << written;
+    EXPECT_NE(written.find(part), std::string::npos) << written;
     EXPECT_EQ(detail::AsLibraryRecord(host), nullptr);
   }
 }

@@ -119,10 +119,9 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
       Broken("a member returned the internal error", fuzz::Describe(status));
   }
   args.insert(args.begin(), result);  // pooled first, then the object arguments
-  for (const Variant& a : args) {
+  for (const Variant& a : args)
     if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64)
       pool.push_back(a.AsObject());
-  }
 }
 
 }  // namespace
