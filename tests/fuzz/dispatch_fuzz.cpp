@@ -87,7 +87,7 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
       in.ConsumeIntegralInRange<int>(0, 7) != 0 && !members.empty()
           ? &members[in.ConsumeIntegralInRange<size_t>(0, members.size() - 1)]
           : nullptr;
-  const std::string name = member ? member->name : in.ConsumeRandomLengthString(32);
+  const std::string name = member ? std::string(member->name) : in.ConsumeRandomLengthString(32);
   const InvokeKind kind = member && in.ConsumeBool() ? member->kind : MakeKind(in);
   // The member that Invoke will run, however its name was found: the fuzzer
   // learns names from the comparisons it sees.
