@@ -11,11 +11,10 @@
 
 namespace tympora::testing {
 
-// The first `count` ids from 1 up whose keys (the id as decimal text) hash
-// under `seed` to one of the first `window` slots of an index of
-// 2^`table_bits` slots, and so of every smaller index of at least `window`
-// slots: linear probing then walks one run that holds every key. Costs about
-// count * 2^table_bits / window hashes.
+// The first `count` ids from 1 up whose keys (decimal text) hash under `seed`
+// into the first `window` slots of an index of 2^`table_bits` slots (and of
+// every smaller one of at least `window` slots), so that linear probing walks
+// one run holding every key. Costs about count * 2^table_bits / window hashes.
 inline std::vector<int32_t> CollidingIds(const key_index::KeySeed& seed, size_t count,
                                          int table_bits, uint64_t window) {
   const uint64_t mask = (uint64_t{1} << table_bits) - 1;

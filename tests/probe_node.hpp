@@ -36,9 +36,7 @@ class Probe : public CNode {
       element.appendChild(doc.createTextNode(kCrLf));
     });
   }
-  StatusPtr ExportXMLPath(const std::string& path) override {
-    return ExportNodeToPath(path, *this);
-  }
+  StatusPtr ExportXMLPath(const std::string& p) override { return ExportNodeToPath(p, *this); }
   StatusPtr ExportXMLFileHandle(int16_t n) override { return ExportNodeToFileHandle(n, *this); }
   StatusPtr ExportXMLDocument(DOMDocument& doc) override {
     if (no_document) return NewStatus();
@@ -49,13 +47,9 @@ class Probe : public CNode {
     return ExportNodeToNode(doc, parent, *this);
   }
   StatusPtr ImportXMLNode(const DOMNode&) override { return NewStatus(); }
-  StatusPtr ExportTXT(int16_t) override { return NotImplementedStatus("Function ExportTXT"); }
-  StatusPtr ExportPDF(Variant&) override {
-    return NotImplementedStatus("Function CNode_ExportPDF");
-  }
-  StatusPtr ExportPostScript(int16_t) override {
-    return NotImplementedStatus("Function CNode_ExportPostScript");
-  }
+  StatusPtr ExportTXT(int16_t) override { return NotImplementedStatus("ExportTXT"); }
+  StatusPtr ExportPDF(Variant&) override { return NotImplementedStatus("ExportPDF"); }
+  StatusPtr ExportPostScript(int16_t) override { return NotImplementedStatus("ExportPostScript"); }
   void Reset() override {
     ++resets;
     id_ = 0;

@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -25,6 +25,12 @@
 #include "tympora/node/node_utility.hpp"
 
 namespace tympora::testing {
+
+// A status as one text: "number description [source]".
+inline std::string StatusText(const StatusPtr& s) {
+  return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
+           : "no status";
+}
 
 // The number of the tympora::Error that `f` raises, or 0 when it raises none.
 inline int32_t ErrorOf(const std::function<void()>& f) {
@@ -43,11 +49,9 @@ inline std::vector<std::string> Shape(const DOMNode& node) {
   const DOMNodeList list = node.childNodes();
   for (int32_t i = 0; i < list.length(); ++i) {
     const DOMNode child = list.item(i);
-    if (child.nodeType() == DOMNodeType::Text) {
-      out.push_back(child.text() == "\r\n" ? "CRLF" : "#text:" + child.text());
-    } else {
-      out.push_back(child.nodeName());
-    }
+    out.push_back(child.nodeType() != DOMNodeType::Text ? child.nodeName()
+                  : child.text() == "\r\n"              ? "CRLF"
+                                                        : "#text:" + child.text());
   }
   return out;
 }
@@ -93,9 +97,7 @@ inline bool ExportsNull(CNode& node, const std::string& element) {
 // The whole content of a file.
 inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
+  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 // Writes `bytes` as the whole content of a file, as they are.
@@ -108,42 +110,36 @@ inline void WriteFile(const std::filesystem::path& path, std::string_view bytes)
 inline std::string WithoutCreationDate(std::string text) {
   const std::string marker = "<!--document created ";
   const size_t start = text.find(marker);
-  if (start == std::string::npos) return text;
-  const size_t end = text.find("-->", start);
-  if (end == std::string::npos) return text;
-  text.replace(start + marker.size(), end - start - marker.size(), "DATE");
+  const size_t end = start == std::string::npos ? start : text.find("-->", start);
+  if (end != std::string::npos)
+    text.replace(start + marker.size(), end - start - marker.size(), "DATE");
   return text;
 }
 
-// Golden files. An export writes the declaration and the comment, each ended
-// by CR LF, and then the whole tree on one line. A golden file stores those
-// bytes with a LF put between every ">" and the "<" after it, so that each
-// element starts a line of its own. GoldenBytes undoes that exactly: it
-// removes each LF that stands between ">" and "<". The CR LF that the
-// library writes follows a CR and stays, and an export that itself holds a
-// LF between ">" and "<" is refused as a golden file (MatchesGolden).
-
-// `bytes` with a LF between every ">" and the "<" after it.
+// Golden files. An export writes the whole tree on one line; a golden file
+// stores those bytes with a LF put between every ">" and the "<" after it
+// (GoldenText), so that each element starts a line of its own. GoldenBytes
+// takes each such LF out again; the CR LF that the library writes stays, and
+// an export that itself holds a LF between ">" and "<" cannot be golden.
 inline std::string GoldenText(std::string bytes) {
-  for (size_t at = 0; (at = bytes.find("><", at)) != std::string::npos; at += 2) {
+  for (size_t at = 0; (at = bytes.find("><", at)) != std::string::npos; at += 2)
     bytes.insert(at + 1, 1, '\n');
-  }
   return bytes;
 }
 
-// The bytes that the golden text `text` stands for.
 inline std::string GoldenBytes(std::string text) {
   for (size_t at = 0; (at = text.find(">\n<", at)) != std::string::npos;) text.erase(at + 1, 1);
   return text;
 }
 
-// `bytes` cut where GoldenText starts its lines, each line with the LF it
-// holds and every byte outside printable ASCII escaped (\r, \n, \xNN) and
-// the backslash doubled: two such lists are equal exactly when the bytes are.
+// `bytes` cut where GoldenText starts its lines and after each LF, every
+// byte outside printable ASCII escaped (\r, \n, \xNN) and the backslash
+// doubled: two such lists are equal exactly when the bytes are.
 inline std::vector<std::string> GoldenLines(std::string_view bytes) {
   std::vector<std::string> lines(bytes.empty() ? 0 : 1);
   for (size_t i = 0; i < bytes.size(); ++i) {
-    if (i > 0 && bytes[i] == '<' && bytes[i - 1] == '>') lines.emplace_back();
+    if (i > 0 && ((bytes[i - 1] == '>' && bytes[i] == '<') || bytes[i - 1] == '\n'))
+      lines.emplace_back();
     const auto c = static_cast<unsigned char>(bytes[i]);
     char hex[5];
     std::snprintf(hex, sizeof hex, "\\x%02x", c);
@@ -152,17 +148,15 @@ inline std::vector<std::string> GoldenLines(std::string_view bytes) {
                     : c == '\n'             ? "\\n"
                     : c >= 0x20 && c < 0x7f ? std::string(1, bytes[i])
                                             : hex;
-    if (c == '\n' && i + 1 < bytes.size()) lines.emplace_back();
   }
   return lines;
 }
 
 // Whether `written`, the bytes of an exported file, are those that the
 // golden file `golden` stands for, the dates of their "document created"
-// comments aside. A difference is shown as the first differing line of the
-// golden file with the lines around it. With TYMPORA_UPDATE_GOLDEN=1 in the
-// environment, a golden file that differs, or is not in its readable form,
-// is written anew from `written` instead, and the test says so.
+// comments aside; a difference shows the first line that differs. With
+// TYMPORA_UPDATE_GOLDEN=1 in the environment, a golden file that differs,
+// or is not in its readable form, is written anew from `written` instead.
 inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& golden,
                                                 const std::string& written) {
   const std::string text = ReadFile(golden);
@@ -171,10 +165,9 @@ inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& gol
   const char* update = std::getenv("TYMPORA_UPDATE_GOLDEN");
   if (update && std::string_view(update) == "1" &&
       (actual != expected || text != GoldenText(GoldenBytes(text)))) {
-    if (GoldenBytes(GoldenText(written)) != written) {
+    if (GoldenBytes(GoldenText(written)) != written)
       return ::testing::AssertionFailure()
              << "the export holds a LF between \">\" and \"<\": no golden file can keep it";
-    }
     WriteFile(golden, GoldenText(written));
     std::cout << "TYMPORA_UPDATE_GOLDEN: wrote " << golden.string() << "\n";
     return ::testing::AssertionSuccess();
@@ -184,20 +177,13 @@ inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& gol
   const std::vector<std::string> got = GoldenLines(actual);
   size_t first = 0;
   while (first < want.size() && first < got.size() && want[first] == got[first]) ++first;
-  std::ostringstream out;
-  out << golden.filename().string() << " differs from the export at line " << first + 1
-      << " (- golden, + written; TYMPORA_UPDATE_GOLDEN=1 rewrites the file):\n";
-  const auto show = [&out](char mark, const std::vector<std::string>& lines, size_t from,
-                           size_t to) {
-    for (size_t i = from; i < std::min(to, lines.size()); ++i) {
-      out << mark << std::setw(6) << i + 1 << "  " << lines[i] << "\n";
-    }
-    if (to > lines.size()) out << mark << "  (end)\n";
+  const auto line = [first](const std::vector<std::string>& lines) {
+    return first < lines.size() ? lines[first] : "(end)";
   };
-  show(' ', want, first < 3 ? 0 : first - 3, first);
-  show('-', want, first, first + 3);
-  show('+', got, first, first + 3);
-  return ::testing::AssertionFailure() << out.str();
+  return ::testing::AssertionFailure()
+         << golden.filename().string() << " differs from the export at line " << first + 1
+         << " (TYMPORA_UPDATE_GOLDEN=1 rewrites the file):\n- golden:  " << line(want)
+         << "\n+ written: " << line(got);
 }
 
 // A fresh folder under the system's temporary folder, removed at the end of the test.
@@ -223,13 +209,11 @@ class TempDir {
 // Switches the process to `name` for the life of the guard, then back.
 class LocaleGuard {
  public:
-  explicit LocaleGuard(const std::string& name) : previous_(CurrentLocale().name) {
-    SetLocale(name);
-  }
+  explicit LocaleGuard(const std::string& name) { SetLocale(name); }
   ~LocaleGuard() { SetLocale(previous_); }
 
  private:
-  std::string previous_;
+  const std::string previous_ = CurrentLocale().name;
 };
 
 }  // namespace tympora::testing

@@ -16,27 +16,18 @@ using testing::ReadFile;
 using testing::TempDir;
 using testing::WithoutCreationDate;
 
-std::shared_ptr<CClients> ImportFile(const std::string& path) {
-  DOMDocument doc = DOMDocument::New();
-  EXPECT_TRUE(doc.load(path)) << doc.parseError().reason;
-  auto clients = std::make_shared<CClients>();
-  DOMElement root = doc.documentElement();
-  StatusPtr status = clients->ImportXMLNode(root);
-  EXPECT_EQ(status->Number(), 0) << status->Description() << " (" << status->Source() << ")";
-  return clients;
-}
-
 TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
   for (const char* locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
     SCOPED_TRACE(locale);
     testing::LocaleGuard guard(locale);
     TempDir dir;
-    TreeShape shape;  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
-    auto original = BuildScrambledClinic(shape);
-    StatusPtr status = original->ExportXMLPath(dir / "clinic.xml");
-    ASSERT_EQ(status->Number(), 0) << status->Description();
-
-    auto imported = ImportFile(dir / "clinic.xml");
+    auto original = BuildScrambledClinic({});  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
+    ASSERT_EQ(original->ExportXMLPath(dir / "clinic.xml")->Number(), 0);
+    DOMDocument doc = DOMDocument::New();
+    ASSERT_TRUE(doc.load(dir / "clinic.xml")) << doc.parseError().reason;
+    auto imported = std::make_shared<CClients>();
+    DOMElement root = doc.documentElement();
+    ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
     EXPECT_EQ(CompareTrees(*original, *imported), "");
     const auto counts = support::CountRecords(*imported);
     EXPECT_EQ(counts.at("ClientOrPatient"), 20);
@@ -50,14 +41,7 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
 }
 
 TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
-  TreeShape small{.clients = 2,
-                  .aids = 1,
-                  .sessions = 1,
-                  .examinations = 1,
-                  .curves = 1,
-                  .curve_points = 2,
-                  .distortion_points = 1,
-                  .seed = 7};
+  const TreeShape small{2, 1, 1, 1, 1, 2, 1, 7};  // two clients, one of each below, seed 7
   auto a = BuildScrambledClinic(small);
   const struct {
     const char* name;
@@ -73,11 +57,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
        "-> Null"},
       {"an ID", [](CClients& c) { c.Clients()->Item(1)->ID(99); },
        "Clients/ClientOrPatient[1]/ID: \"1\" -> \"99\""},
-      {"a point list",
-       [](CClients& c) {
-         auto curve = support::FirstCurve(c);
-         curve->ResetCurveData();
-       },
+      {"a point list", [](CClients& c) { support::FirstCurve(c)->ResetCurveData(); },
        "/Curve[1]/CurveDatum[1]: removed"},
       {"a client added",
        [](CClients& c) {
@@ -125,9 +105,7 @@ TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
 // gives them) must import alike, and so must one where a mixed text halfway
 // through makes the import give every text its node there and then.
 TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
-  TreeShape shape;
-  shape.clients = 3;
-  auto original = BuildScrambledClinic(shape);
+  auto original = BuildScrambledClinic({.clients = 3});
   DOMDocument exported = DOMDocument::New();
   ASSERT_EQ(original->ExportXMLDocument(exported)->Number(), 0);
   const std::string text = exported.xml();
@@ -144,35 +122,29 @@ TEST(TreeTest, ImportReadsKeptAndNodeTextsAlike) {
     std::vector<std::pair<ImportEvent, std::string>> events;  // with a copy of the text
     void Dropped(const ImportEvent& e) override { events.emplace_back(e, e.text); }
   };
-  struct Case {
-    const char* name;
-    const std::string* text;
-    bool touch_first;
-    bool observed = false;
-  };
-  for (const Case& c :
-       {Case{"as parsed", &text, false}, Case{"nodes first", &text, true},
-        Case{"mixed halfway", &mixed, false}, Case{"observed", &text, false, true},
-        Case{"damaged", &damaged, false}, Case{"damaged, observed", &damaged, false, true}}) {
-    SCOPED_TRACE(c.name);
+  // Each text, its name, whether the DOM is used first, whether observed.
+  const std::tuple<const std::string*, const char*, bool, bool> cases[] = {
+      {&text, "as parsed", false, false},      {&text, "nodes first", true, false},
+      {&mixed, "mixed halfway", false, false}, {&text, "observed", false, true},
+      {&damaged, "damaged", false, false},     {&damaged, "damaged, observed", false, true}};
+  for (const auto& [xml, name, touch_first, observed] : cases) {
+    SCOPED_TRACE(name);
     DOMDocument doc = DOMDocument::New();
-    ASSERT_TRUE(doc.loadXML(*c.text)) << doc.parseError().reason;
+    ASSERT_TRUE(doc.loadXML(*xml)) << doc.parseError().reason;
     DOMElement root = doc.documentElement();
-    if (c.touch_first) {
-      EXPECT_GT(root.childNodes().length(), 0);
-    }
+    EXPECT_TRUE(!touch_first || root.childNodes().length() > 0);
     auto imported = std::make_shared<CClients>();
     Recorder recorder;
-    const StatusPtr status = c.observed ? ImportXMLNodeObserved(*imported, root, recorder)
-                                        : imported->ImportXMLNode(root);
+    const StatusPtr status =
+        observed ? ImportXMLNodeObserved(*imported, root, recorder) : imported->ImportXMLNode(root);
     ASSERT_EQ(status->Number(), 0);
-    if (c.text != &damaged) {
+    if (xml != &damaged) {
       EXPECT_EQ(CompareTrees(*original, *imported), "");
       EXPECT_TRUE(recorder.events.empty());
       continue;
     }
     EXPECT_NE(CompareTrees(*original, *imported).find("/Input: "), std::string::npos);
-    if (!c.observed) continue;
+    if (!observed) continue;
     ASSERT_EQ(recorder.events.size(), 1u);
     const auto& [e, dropped_text] = recorder.events[0];
     EXPECT_EQ(e.kind, ImportDrop::NotANumber);

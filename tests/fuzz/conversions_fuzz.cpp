@@ -14,38 +14,18 @@
 // - ValueToText of a double fails only for a value that is not finite.
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <string_view>
 
+#include "fuzz_util.hpp"
 #include "tympora/node/conversions.hpp"
-#include "tympora/node/error.hpp"
-#include "tympora/node/locale.hpp"
 
 namespace {
 
 using namespace tympora;
-
-[[noreturn]] void Broken(const char* what, std::string_view text) {
-  std::fprintf(stderr, "\n*** invariant broken: %s\ntext: \"%.*s\" (locale %s)\n", what,
-               static_cast<int>(text.size()), text.data(), CurrentLocale().name.c_str());
-  std::fflush(stderr);
-  std::abort();
-}
-
-// The error number `f` raises, 0 when none. Anything but a tympora::Error
-// escapes and ends the run.
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
+using fuzz::Broken;
+using fuzz::ErrorOf;
 
 const char* const kLocales[] = {"C", "en_US.UTF-8", "de_DE.UTF-8", "en_GB.UTF-8"};
 
@@ -55,20 +35,17 @@ void CheckNumberText(const std::string& text) {
   const Variant v(text);
   if (numeric != IsNumericText(v)) Broken("IsNumericText of a string Variant differs", text);
   if (!numeric) {
-    if (ErrorOf([&] { (void)ToDouble(v); }) != kErrTypeMismatch) {
-      Broken("ToDouble of a non-numeric text does not fail with 13", text);
-    }
-    if (ErrorOf([&] { (void)ToInt32(v); }) != kErrTypeMismatch) {
-      Broken("ToInt32 of a non-numeric text does not fail with 13", text);
-    }
+    if (ErrorOf([&] { (void)ToDouble(v); }) != kErrTypeMismatch ||
+        ErrorOf([&] { (void)ToInt32(v); }) != kErrTypeMismatch)
+      Broken("ToDouble or ToInt32 of a non-numeric text does not fail with 13", text);
     const int32_t b = ErrorOf([&] { (void)ToBoolean(v); });
     if (b != 0 && b != kErrTypeMismatch) Broken("ToBoolean failed with another number", text);
     return;
   }
   if (!std::isfinite(number)) Broken("a numeric text reads as a number that is not finite", text);
   double d = 0;
-  if (ErrorOf([&] { d = ToDouble(v); }) != 0) Broken("ToDouble fails on a numeric text", text);
-  if (!std::isfinite(d)) Broken("ToDouble of a numeric text is not finite", text);
+  if (ErrorOf([&] { d = ToDouble(v); }) != 0 || !std::isfinite(d))
+    Broken("ToDouble of a numeric text fails or is not finite", text);
   const int32_t i = ErrorOf([&] { (void)ToInt32(v); });
   if (i != 0 && i != kErrOverflow)
     Broken("ToInt32 of a numeric text fails with another number", text);
@@ -86,9 +63,9 @@ void CheckDoubleText(double value, std::string_view origin) {
     return;
   }
   if (error != 0) Broken("ValueToText of a finite double fails", origin);
-  if (!IsNumericText(text)) Broken("the export text of a double is not numeric", text);
   const double back = TextToNumber(text);
-  if (ValueToText(back) != text) Broken("the export text of a double does not read back", text);
+  if (!IsNumericText(text) || ValueToText(back) != text)
+    Broken("the export text of a double is not numeric or does not read back", text);
   const double scale = std::max(std::fabs(value), 1e-300);
   if (std::fabs(back - value) > scale * 1e-14)
     Broken("a double read back is not within 15 digits", text);
@@ -104,35 +81,29 @@ void CheckDateText(const std::string& text) {
     if (error != kErrTypeMismatch) Broken("ToDate of a non-date text does not fail with 13", text);
     return;
   }
-  if (error != 0) Broken("ToDate fails on a date text", text);
   std::string written;
-  if (ErrorOf([&] { written = ValueToText(date); }) != 0)
-    Broken("a date read cannot be written", text);
-  if (!IsDateValue(written)) Broken("the export text of a date is no date", written);
-  if (ValueToText(ToDate(written)) != written) Broken("a date text does not read back", written);
+  if (error != 0 || ErrorOf([&] { written = ValueToText(date); }) != 0)
+    Broken("a date text cannot be read or written", text);
+  if (!IsDateValue(written) || ValueToText(ToDate(written)) != written)
+    Broken("the export text of a date is no date or does not read back", written);
 }
 
 void CheckRawDouble(double raw) {
   CheckDoubleText(raw, "raw double");
   Date date;
   const int32_t error = ErrorOf([&] { date = ToDate(Variant(raw)); });
-  if (error != 0 && error != kErrOverflow)
-    Broken("ToDate of a number fails with another number", "");
-  if (error == 0) {
-    const std::string written = ValueToText(date);
-    if (!IsDateValue(written)) Broken("the export text of a day count is no date", written);
-  }
+  if (error != 0 && error != kErrOverflow) Broken("ToDate of a number fails with another number");
+  if (error == 0 && !IsDateValue(ValueToText(date)))
+    Broken("the export text of a day count is no date", ValueToText(date));
   const int32_t i = ErrorOf([&] { (void)ToInt32(raw); });
-  if (i != 0 && i != kErrOverflow) Broken("ToInt32 of a double fails with another number", "");
+  if (i != 0 && i != kErrOverflow) Broken("ToInt32 of a double fails with another number");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  if (size < 1) return 0;
-  SetLocale(kLocales[data[0] % 4]);
-  ++data;
-  --size;
+  if (size-- < 1) return 0;
+  SetLocale(kLocales[*data++ % 4]);
   if (size >= sizeof(double)) {
     double raw;
     std::memcpy(&raw, data, sizeof raw);
@@ -140,8 +111,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   const std::string text(reinterpret_cast<const char*>(data), size);
   CheckNumberText(text);
-  const double number = TextToNumber(text);
-  CheckDoubleText(number, text);
+  CheckDoubleText(TextToNumber(text), text);
   CheckDateText(text);
   return 0;
 }

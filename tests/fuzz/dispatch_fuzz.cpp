@@ -15,43 +15,23 @@
 // of a parameter named sFilePath becomes one scratch file, and the file
 // number 7 is open on /dev/null for the members that take a file number.
 #include <fuzzer/FuzzedDataProvider.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "fuzz_util.hpp"
 #include "tympora/component/dispatch.hpp"
 #include "tympora/component/identity.hpp"
-#include "tympora/node/error.hpp"
 #include "tympora/node/file_layer.hpp"
-#include "tympora/node/status.hpp"
 
 namespace {
 
 using namespace tympora;
-
-[[noreturn]] void Broken(const char* what, const std::string& detail) {
-  std::fprintf(stderr, "\n*** invariant broken: %s\n%s\n", what, detail.c_str());
-  std::fflush(stderr);
-  std::abort();
-}
+using fuzz::Broken;
 
 constexpr int16_t kOpenFileNumber = 7;
-
-// The one file the harness writes; removed again when the run ends.
-const std::string& ScratchFile() {
-  static const std::string path = (std::filesystem::temp_directory_path() /
-                                   ("tympora-fuzz-dispatch-" + std::to_string(::getpid()) + ".xml"))
-                                      .string();
-  // Registered after `path` is made, so it runs before `path` is destroyed.
-  [[maybe_unused]] static const int removal = std::atexit([] { std::remove(path.c_str()); });
-  return path;
-}
 
 Variant MakeArgument(FuzzedDataProvider& in, const std::vector<ObjectPtr>& pool) {
   const int kind = in.ConsumeIntegralInRange<int>(0, 9);
@@ -99,27 +79,15 @@ void Trace(const Dispatch& itf, const std::string& name, InvokeKind kind,
   std::fprintf(stderr, " )\n");
 }
 
-// Reports a status that carries the internal error.
-void CheckResult(const Variant& result) {
-  if (result.Kind() != VariantKind::Object) return;
-  const auto status = std::dynamic_pointer_cast<CStatus>(result.AsObject());
-  if (status && status->Number() == kErrInternal) {
-    Broken("a member returned the internal error", status->Description());
-  }
-}
-
 void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
   const ObjectPtr target = pool[in.ConsumeIntegralInRange<size_t>(0, pool.size() - 1)];
   const Dispatch itf = Reach(in, target);
   const auto& members = itf.Interface()->members;
-  const MemberInfo* member = nullptr;
-  std::string name;
-  if (in.ConsumeIntegralInRange<int>(0, 7) != 0 && !members.empty()) {
-    member = &members[in.ConsumeIntegralInRange<size_t>(0, members.size() - 1)];
-    name = member->name;
-  } else {
-    name = in.ConsumeRandomLengthString(32);
-  }
+  const MemberInfo* member =
+      in.ConsumeIntegralInRange<int>(0, 7) != 0 && !members.empty()
+          ? &members[in.ConsumeIntegralInRange<size_t>(0, members.size() - 1)]
+          : nullptr;
+  const std::string name = member ? std::string(member->name) : in.ConsumeRandomLengthString(32);
   const InvokeKind kind = member && in.ConsumeBool() ? member->kind : MakeKind(in);
   // The member that Invoke will run, however its name was found: the fuzzer
   // learns names from the comparisons it sees.
@@ -128,10 +96,9 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
   for (size_t i = 0; i < args.size(); ++i) {
     args[i] = MakeArgument(in, pool);
     if (called && i < called->params.size()) {
-      if (called->params[i].name == "sFilePath") args[i] = Variant(ScratchFile());
-      if (called->params[i].name == "iFileHandle" && in.ConsumeBool()) {
+      if (called->params[i].name == "sFilePath") args[i] = Variant(fuzz::ScratchFile());
+      if (called->params[i].name == "iFileHandle" && in.ConsumeBool())
         args[i] = Variant(kOpenFileNumber);
-      }
     }
   }
   static const bool tracing = std::getenv("TYMPORA_FUZZ_TRACE") != nullptr;
@@ -142,17 +109,19 @@ void CallOnce(FuzzedDataProvider& in, std::vector<ObjectPtr>& pool) {
   } catch (const Error& e) {
     if (e.Number() == kErrInternal) Broken("the internal error escaped", e.Description());
     // A status raises whatever the host put into it, an empty text too.
-    if (e.Description().empty() && name != "RaiseError") {
+    if (e.Description().empty() && name != "RaiseError")
       Broken("an error without a description", std::to_string(e.Number()));
-    }
     return;
   }
-  CheckResult(result);
+  if (result.Kind() == VariantKind::Object) {
+    const auto status = std::dynamic_pointer_cast<CStatus>(result.AsObject());
+    if (status && status->Number() == kErrInternal)
+      Broken("a member returned the internal error", fuzz::Describe(status));
+  }
   args.insert(args.begin(), result);  // pooled first, then the object arguments
-  for (const Variant& a : args) {
+  for (const Variant& a : args)
     if (a.Kind() == VariantKind::Object && a.AsObject() && pool.size() < 64)
       pool.push_back(a.AsObject());
-  }
 }
 
 }  // namespace
@@ -165,9 +134,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FuzzedDataProvider in(data, size);
   std::vector<const ClassInfo*> creatable;
-  for (const ClassInfo& cls : Library().Classes()) {
+  for (const ClassInfo& cls : Library().Classes())
     if (cls.create) creatable.push_back(&cls);
-  }
   std::vector<ObjectPtr> pool;
   pool.push_back(creatable[in.ConsumeIntegralInRange<size_t>(0, creatable.size() - 1)]->create());
   for (int step = 0; step < 32 && in.remaining_bytes() > 0; ++step) {

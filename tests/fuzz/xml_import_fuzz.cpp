@@ -15,17 +15,13 @@
 //   the tree read back once more;
 // - the file road (ExportXMLPath) writes exactly the document road's text
 //   after its second parse.
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <string_view>
 
+#include "fuzz_util.hpp"
 #include "node/dom_testing.hpp"
 #include "tree.hpp"
 #include "tympora/node/dom.hpp"
@@ -34,18 +30,8 @@
 namespace {
 
 using namespace tympora;
-
-[[noreturn]] void Broken(const char* what, const std::string& detail = {}) {
-  std::fprintf(stderr, "\n*** invariant broken: %s\n%s\n", what, detail.c_str());
-  std::fflush(stderr);
-  std::abort();
-}
-
-std::string Describe(const StatusPtr& status) {
-  if (!status) return "no status";
-  return std::to_string(status->Number()) + " " + status->Description() + " [" + status->Source() +
-         "]";
-}
+using fuzz::Broken;
+using fuzz::Describe;
 
 // Breaks at `step` unless `status` reports success.
 void RequireSuccess(const StatusPtr& status, const char* step) {
@@ -78,14 +64,9 @@ std::string WithoutComment(std::string text) {
 }
 
 // ExportXMLPath must write what the document road writes: the document's
-// text after a second parse without whitespace-only text nodes. The one file
-// the harness writes is removed again when the run ends.
+// text after a second parse without whitespace-only text nodes.
 void CheckFileRoad(CClients& clients, const DOMDocument& exported) {
-  static const std::string path = (std::filesystem::temp_directory_path() /
-                                   ("tympora-fuzz-import-" + std::to_string(::getpid()) + ".xml"))
-                                      .string();
-  // Registered after `path` is made, so it runs before `path` is destroyed.
-  [[maybe_unused]] static const int removal = std::atexit([] { std::remove(path.c_str()); });
+  const std::string& path = fuzz::ScratchFile();
   RequireSuccess(clients.ExportXMLPath(path),
                  "ExportXMLPath failed where ExportXMLDocument succeeded");
   std::stringstream file;
@@ -107,9 +88,8 @@ void CheckParserRoad(std::string_view text, const DOMDocument& doc, bool ok) {
   const DOMParseError& a = doc.parseError();
   const DOMParseError& b = parsed.parseError();
   if (parsed_ok != ok || a.errorCode != b.errorCode || a.reason != b.reason || a.line != b.line ||
-      a.linepos != b.linepos || a.filepos != b.filepos) {
+      a.linepos != b.linepos || a.filepos != b.filepos)
     Broken("the direct road and the parser's road disagree", a.reason + " / " + b.reason);
-  }
 }
 
 }  // namespace
@@ -121,9 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CheckParserRoad(text, doc, ok);
   if (!ok) {
     const DOMParseError& e = doc.parseError();
-    if (e.errorCode == 0 || e.reason.empty() || e.line < 1 || e.linepos < 1) {
+    if (e.errorCode == 0 || e.reason.empty() || e.line < 1 || e.linepos < 1)
       Broken("parse failure without a located reason", e.reason);
-    }
     if (doc.documentElement()) Broken("a failed parse left a document element");
     return 0;
   }
@@ -133,9 +112,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto first = std::make_shared<CClients>();
   StatusPtr imported = first->ImportXMLNode(root);
   if (!imported) Broken("ImportXMLNode returned no status");
-  if (imported->Number() != 0 && imported->Description().empty()) {
+  if (imported->Number() != 0 && imported->Description().empty())
     Broken("a failing import without a description", Describe(imported));
-  }
   {
     DOMDocument used = DOMDocument::New();
     if (!used.loadXML(text)) Broken("a text parsed once but not twice");
@@ -143,12 +121,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)used_root.childNodes().length();  // any use of the DOM will do
     auto alike = std::make_shared<CClients>();
     StatusPtr status = alike->ImportXMLNode(used_root);
-    if (status->Number() != imported->Number()) {
-      Broken("import differs once the DOM was used", Describe(status) + " / " + Describe(imported));
-    }
-    if (const std::string diff = support::CompareTrees(*first, *alike); !diff.empty()) {
-      Broken("import differs once the DOM was used", diff);
-    }
+    const std::string diff = support::CompareTrees(*first, *alike);
+    if (status->Number() != imported->Number() || !diff.empty())
+      Broken("import differs once the DOM was used",
+             Describe(status) + " / " + Describe(imported) + "\n" + diff);
   }
 
   DOMDocument exported, again;
@@ -156,12 +132,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::shared_ptr<CClients> second = ImportText(once, "import of an export");
   const std::string twice = ExportElement(*second, again, "second export");
   std::shared_ptr<CClients> third = ImportText(twice, "second import");
-  if (ExportElement(*third, again, "third export") != twice) {
+  if (ExportElement(*third, again, "third export") != twice)
     Broken("export text is no fixpoint", twice);
-  }
-  if (const std::string diff = support::CompareTrees(*second, *third); !diff.empty()) {
+  if (const std::string diff = support::CompareTrees(*second, *third); !diff.empty())
     Broken("import of an export is no fixpoint", diff);
-  }
   CheckFileRoad(*first, exported);
   return 0;
 }
