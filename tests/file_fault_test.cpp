@@ -30,36 +30,12 @@
 
 namespace tympora {
 
-// Shared with file_layer_test and node_utility_test, which declare them.
-// Starts `child` in a forked process with a file table of its own.
-pid_t SpawnChild(const std::function<int()>& child) {
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    FileCloseAll();
-    ::_exit(child());
-  }
-  return pid;
-}
-
-// The exit code of the process `pid`, or -1 when it did not exit.
-int ReapChild(pid_t pid) {
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// The names in `dir`, sorted, so that a left-over temporary file shows.
-std::vector<std::string> FolderNames(const std::filesystem::path& dir) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(dir))
-    names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 namespace {
 
+using testing::FolderNames;
 using testing::ReadFile;
+using testing::ReapChild;
+using testing::SpawnChild;
 using testing::TempDir;
 
 std::shared_ptr<CClients> SmallClinic() {

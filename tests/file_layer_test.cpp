@@ -21,14 +21,14 @@
 #include "tympora/node/error.hpp"
 
 namespace tympora {
-pid_t SpawnChild(const std::function<int()>& child);  // file_fault_test.cpp
-int ReapChild(pid_t pid);
 namespace {
 
 namespace fs = std::filesystem;
 using enum FileOpenMode;
 using testing::ErrorOf;
 using testing::ReadFile;
+using testing::ReapChild;
+using testing::SpawnChild;
 using testing::WriteFile;
 
 // Takes a write lock on `path` through a new descriptor: 0 taken, 70 held elsewhere.

@@ -10,9 +10,9 @@
 #include "tympora/node/frames.hpp"
 
 namespace tympora {
-std::vector<std::string> FolderNames(const std::filesystem::path& dir);  // file_fault_test.cpp
 namespace {
 using testing::ErrorOf;
+using testing::FolderNames;
 using testing::Probe;
 using testing::ReadFile;
 using testing::Shape;

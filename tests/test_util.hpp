@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cstdio>
@@ -20,6 +21,7 @@
 
 #include "tympora/node/dom.hpp"
 #include "tympora/node/error.hpp"
+#include "tympora/node/file_layer.hpp"
 #include "tympora/node/locale.hpp"
 #include "tympora/node/node.hpp"
 #include "tympora/node/node_utility.hpp"
@@ -30,6 +32,32 @@ namespace tympora::testing {
 inline std::string StatusText(const StatusPtr& s) {
   return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
            : "no status";
+}
+
+// Starts `child` in a forked process with a file table of its own.
+inline pid_t SpawnChild(const std::function<int()>& child) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    FileCloseAll();
+    ::_exit(child());
+  }
+  return pid;
+}
+
+// The exit code of the process `pid`, or -1 when it did not exit.
+inline int ReapChild(pid_t pid) {
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The names in `dir`, sorted, so that a left-over temporary file shows.
+inline std::vector<std::string> FolderNames(const std::filesystem::path& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
 }
 
 // The number of the tympora::Error that `f` raises, or 0 when it raises none.
