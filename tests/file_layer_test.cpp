@@ -17,6 +17,7 @@
 #include <tuple>
 #include <vector>
 
+#include "node/file_internal.hpp"
 #include "test_util.hpp"
 #include "tympora/node/error.hpp"
 
@@ -221,6 +222,17 @@ TEST_F(FileLayerTest, LocksAgainstOtherProcesses) {
   ::close(ready[0]);
   ::close(ready[1]);
   OpenFile(1, path);
+  FileClose(1);
+  // A file replaced between a look at it and its lock is another writer's
+  // (70); what is no file is refused as such (75).
+  struct stat seen {};
+  ASSERT_EQ(::lstat(path.c_str(), &seen), 0);
+  fs::rename(path, In("seen"));
+  WriteFile(path, "another writer's");
+  EXPECT_EQ(ErrorOf([&] { detail::LockExistingFile(path, seen); }), kErrPermissionDenied);
+  fs::remove(path);
+  fs::create_directory(path);
+  EXPECT_EQ(ErrorOf([&] { detail::LockExistingFile(path, seen); }), kErrPathFileAccess);
 }
 
 // Threads race for numbers through FreeFile; a number another thread took

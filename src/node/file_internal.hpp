@@ -35,9 +35,10 @@ bool LockForWriting(int fd);
 // takes its write lock, so that a file being written is never deleted or
 // replaced: while the lock is held no writer can start on it, and no writer
 // holds it. Raises 55 when this table has it open, 70 when another process
-// writes to it or it cannot be opened for writing (its writer could not be
-// ruled out), 75 when something else now stands at the path. Returns the
-// descriptor, which the caller closes.
+// writes to it, has put another file in its place, or it cannot be opened
+// for writing (its writer could not be ruled out), 75 when something other
+// than a file now stands at the path. Returns the descriptor, which the
+// caller closes.
 int LockExistingFile(const std::string& path, const struct stat& seen);
 
 // The position of the file open under `number` when it stands at the file's

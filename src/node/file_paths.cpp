@@ -93,9 +93,12 @@ int LockExistingFile(const std::string& path, const struct stat& seen) {
     RaiseForPath(err == ENOENT ? kErrFileNotFound : kErrPathFileAccess, path, ErrnoText(err));
   }
   struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_dev != seen.st_dev ||
-      st.st_ino != seen.st_ino) {
+  if (::fstat(fd, &st) != 0 || st.st_dev != seen.st_dev || st.st_ino != seen.st_ino) {
     ::close(fd);
+    // Another file in its place is another writer's; anything else is no file.
+    if (S_ISREG(st.st_mode)) {
+      RaiseForPath(kErrPermissionDenied, path, "another writer replaced it meanwhile");
+    }
     RaiseForPath(kErrPathFileAccess, path, "changed while it was being replaced");
   }
   if (!LockForWriting(fd)) {
