@@ -94,6 +94,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"import into no record", tympora_import_xml_file(document.p, "x.xml", &out), 13},
       {"import a missing file",
        tympora_import_xml_file(curve.p, "tympora-c-api-missing.xml", &imported.p), 53},
+      {"import, no place for the status", tympora_import_xml_file(curve.p, "x.xml", nullptr), 5},
   };
   for (const auto& [what, got, want] : cases) EXPECT_EQ(got, want) << what;
   EXPECT_EQ(out, nullptr);
@@ -208,6 +209,7 @@ TEST(CApiTest, ThreadsWorkOnTheirOwnObjectsAndErrors) {
   std::vector<int> failures(4, 0);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([t, &failures] {
+      failures[t] += tympora_error_number() != 0;  // nothing has failed here yet
       for (int i = 0; i < 50; ++i) {
         Handle point;
         Value got;

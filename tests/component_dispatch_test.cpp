@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "test_util.hpp"
@@ -258,6 +259,10 @@ TEST(DispatchTest, StatusCopiesTheLastDispatchError) {
   // Raising a status of Number 0 is refused rather than raising "no error".
   Invoke(status, "Number", kPut, {Variant(int32_t{0})});
   EXPECT_EQ(ErrorOf([&] { Invoke(status, "RaiseError", kMethod); }), kErrInvalidCall);
+  // On a thread that dispatch never raised to, the copy is of no error at all.
+  std::thread([&] { Invoke(status, "OperatorEqualsErr", kMethod); }).join();
+  EXPECT_EQ(Invoke(status, "Number", kGet), Variant(int32_t{0}));
+  EXPECT_EQ(Invoke(status, "Description", kGet), Variant(""));
 }
 
 }  // namespace

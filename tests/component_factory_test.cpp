@@ -1,6 +1,8 @@
 // The component's identity, creation by name and by class id, the two
 // interfaces of a record, and registration in a registry folder.
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <cstdlib>
@@ -220,6 +222,11 @@ TEST(RegistryTest, RegisterThenUnregisterLeavesTheFolderAsItWas) {
     EXPECT_EQ(manifest.find(line) != std::string::npos, cls.role == ClassRole::Creatable) << line;
   }
   EXPECT_EQ(manifest.find("Tympora.CNode"), std::string::npos);
+  std::string interfaces;  // the fixed lines, each behind "interface="
+  for (std::string_view rest = kFixedInterfaces; !rest.empty();
+       rest.remove_prefix(rest.find('\n') + 1))
+    interfaces += "interface=" + std::string(rest.substr(0, rest.find('\n') + 1));
+  EXPECT_TRUE(manifest.ends_with(interfaces)) << manifest;
   const size_t at = manifest.find("library=") + 8;
   const std::string library = manifest.substr(at, manifest.find('\n', at) - at);
   EXPECT_TRUE(std::filesystem::exists(library)) << library;
@@ -240,6 +247,15 @@ TEST(RegistryTest, FolderFallsBackToTheDataHome) {
   EXPECT_TRUE(std::filesystem::exists(dir.path() / "tympora/registry/Tympora.manifest"));
   EXPECT_EQ(DllUnregisterServer(), TYMPORA_S_OK);
   EXPECT_TRUE(std::filesystem::is_empty(dir.path() / "tympora/registry"));
+  {
+    // Without HOME, the folder is under the password entry's home, where
+    // nothing is registered unless this user registered the library.
+    const EnvGuard no_data("XDG_DATA_HOME", nullptr), no_home("HOME", nullptr);
+    const passwd* user = ::getpwuid(::getuid());
+    if (user && !std::filesystem::exists(user->pw_dir + "/.local/share/tympora/registry"s)) {
+      EXPECT_EQ(DllUnregisterServer(), TYMPORA_S_FALSE);
+    }
+  }
   // A registry path that cannot be a folder fails cleanly.
   const EnvGuard blocked("TYMPORA_REGISTRY", (dir / "file").c_str());
   std::ofstream(dir / "file") << "x";

@@ -69,7 +69,7 @@ TEST(ConversionsTextToNumber, ReadsTheLongestLeadingNumber) {
       {"&H0FFFFFFFF", 4294967295.0},      {"123456789012345678901234567890", 1.2345678901234568e29},
       {"1.79769313486232E+308", DBL_MAX}, {"-1.79769313486232E+308", -DBL_MAX},
       {"1.797693134862325E+308", kInf},   {"4.94065645841247E-324", DBL_TRUE_MIN},
-      {"1E99999999999999999999", kInf},
+      {"1E99999999999999999999", kInf},   {"0.179769313486232E+309", DBL_MAX},
   };
   for (const auto* table : {&cases, &long_cases})
     for (const auto& [text, value] : *table) EXPECT_EQ(TextToNumber(text), value) << text;
@@ -295,6 +295,8 @@ TEST(ConversionsTest, PlainNumberReaderAgreesWithTheFullRules) {
       EXPECT_EQ(std::signbit(value), std::signbit(TextToNumber(text)));
     }
   }
+  double zero = 1;  // a zero that from_chars reads is a plain number too
+  EXPECT_TRUE(detail::ReadPlainNumber("0E0", zero) && zero == 0);
   uint64_t state = 7;
   const auto next = [&state] {
     return state = state * 6364136223846793005ull + 1442695040888963407ull;

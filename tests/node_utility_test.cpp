@@ -45,6 +45,8 @@ TEST(ExportFrameTest, FailureTable) {
       {probe.ExportXMLFileHandle(-1), bad_handle},
       {failing.ExportXMLPath(dir / "failing.xml"), probe_failure},
       {SaveNodeToPath(dir / "kept.xml", failing), probe_failure},
+      {SaveNodeToPath(dir.path().string(), failing),  // refused before the record writes
+       "75 Tympora: Path/File access error: '" + dir.path().string() + "': is not a file"},
       {failing.ExportXMLDocument(into), probe_failure},
       {probe.ExportXMLNode(absent, no_parent),
        "2005 Supplied Document Parameter: Object parameter 1 is not initialized."},

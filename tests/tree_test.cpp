@@ -81,6 +81,7 @@ TEST(TreeTest, CompareTreesFindsEachKindOfDifference) {
     row.change(*b);
     EXPECT_NE(CompareTrees(*a, *b).find(row.expected), std::string::npos) << CompareTrees(*a, *b);
   }
+  EXPECT_EQ(CompareTrees(*a, StandaloneNode()), "Clients: class Clients -> ");  // not a record
 }
 
 TEST(TreeTest, BuilderSetsEveryClientValueIncludingTrickyTexts) {
