@@ -1,9 +1,14 @@
 #include "tympora/node/file_layer.hpp"
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +16,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <thread>
@@ -37,6 +43,36 @@ int TakeLock(const std::string& path) {
   flock lock{F_WRLCK, SEEK_SET, 0, 0, 0};  // the whole file
   if (::fcntl(::open(path.c_str(), O_WRONLY), F_SETLK, &lock) == 0) return 0;
   return errno == EACCES || errno == EAGAIN ? 70 : 1;
+}
+
+// Makes each later call of the system call `nr` in this process wait for
+// `answer`, which runs in a thread of its own and must make no such call: the
+// errno it returns fails the call, 0 lets it run. False when the kernel
+// cannot hold calls this way.
+bool Intercept(long nr, const std::function<int(const seccomp_data&)>& answer) {
+  sock_filter code[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(nr), 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  sock_fprog program{4, code};
+  const long fd = ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
+                      ? -1
+                      : ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER,
+                                  SECCOMP_FILTER_FLAG_NEW_LISTENER, &program);
+  if (fd < 0) return false;
+  std::thread([fd, answer] {
+    seccomp_notif call{};
+    while (::ioctl(fd, SECCOMP_IOCTL_NOTIF_RECV, &call) == 0) {
+      const int err = answer(call.data);
+      const seccomp_notif_resp reply{call.id, 0, -err,
+                                     err ? 0u : unsigned{SECCOMP_USER_NOTIF_FLAG_CONTINUE}};
+      ::ioctl(fd, SECCOMP_IOCTL_NOTIF_SEND, &reply);
+      call = {};
+    }
+  }).detach();
+  return true;
 }
 
 // Each test works in a fresh temporary folder and leaves no file open.
@@ -188,6 +224,58 @@ TEST_F(FileLayerTest, ModeTable) {
   }
 }
 
+// FileReplace in a child whose standard input is closed, so that the layer's
+// descriptors start at 0, and whose errno is a stale EINTR: what stands at
+// the target and how the system calls go decide the error and the mode the
+// new file ends with. A failed replace leaves both files.
+TEST_F(FileLayerTest, ReplaceTable) {
+  const std::string from = In("new"), to = In("old");
+  int calls = 0;
+  const auto plant = [&] {
+    WriteFile(to, "old");
+    ::chmod(to.c_str(), 0640);
+  };
+  const std::tuple<const char*, std::function<void()>, long,
+                   std::function<int(const seccomp_data&)>, int, int>
+      rows[] = {
+          {"over a file, whose mode passes on", plant, 0, nullptr, 0, 0640},
+          {"over a link, which keeps the new mode",
+           [&] { fs::create_symlink(In("elsewhere"), to); }, 0, nullptr, 0, 0600},
+          {"a file system without RENAME_NOREPLACE", [] {}, SYS_renameat2,
+           [](auto& call) { return call.args[4] ? ENOSYS : 0; }, 0, 0600},
+          {"a writer creates the target first", [] {}, SYS_renameat2,
+           [&](auto&) {
+             if (!calls++) plant();
+             return 0;
+           },
+           0, 0640},
+          {"over a running program", plant, SYS_openat,
+           [](auto& call) { return call.args[2] & O_CREAT ? 0 : ETXTBSY; }, 70, 0640},
+      };
+  for (const auto& [name, make, nr, answer, expected, mode] : rows) {
+    SCOPED_TRACE(name);
+    fs::remove(to);
+    make();
+    const int code = ReapChild(SpawnChild([&] {
+      if (answer && !Intercept(nr, answer)) return 99;
+      ::close(0);
+      errno = EINTR;
+      if (const int32_t err = ErrorOf([&] { OpenFile(1, from, CreateNew); })) return err;
+      FileWrite(1, "new");
+      FileClose(1);
+      ::chmod(from.c_str(), 0600);
+      if (const int32_t err = ErrorOf([&] { FileReplace(from, to); })) return err;
+      return ::fcntl(0, F_GETFD) == -1 ? 0 : 98;  // 98: a descriptor left open
+    }));
+    if (code == 99) continue;
+    EXPECT_EQ(code, expected);
+    EXPECT_EQ(fs::status(to).permissions(), fs::perms(mode));
+    EXPECT_EQ(ReadFile(to), expected ? "old" : "new");
+    EXPECT_EQ(fs::exists(from), expected != 0);
+    fs::remove(from);
+  }
+}
+
 // A device a host may open under a number has length 0 and takes any bytes
 // (a full device: FileFaultTest.AFullDeviceFailsTheExport).
 TEST_F(FileLayerTest, DeviceHasLengthZero) {
@@ -215,7 +303,7 @@ TEST_F(FileLayerTest, LocksAgainstOtherProcesses) {
   char taken = 0;
   ASSERT_EQ(::read(ready[0], &taken, 1), 1);
   EXPECT_EQ(taken, 'y');
-  for (FileOpenMode mode : {Binary, Append})
+  for (FileOpenMode mode : {Binary, Append, CreateNew})
     EXPECT_EQ(ErrorOf([&] { OpenFile(1, path, mode); }), kErrPermissionDenied);
   ::kill(pid, SIGKILL);
   ReapChild(pid);
