@@ -86,8 +86,9 @@ TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
     EXPECT_EQ(FindInterfaceIdentity(itf.name), &itf);
     EXPECT_TRUE(found_bare(itf.iid)) << itf.iid;
   }
-  EXPECT_EQ(classes, kFixedClasses);
-  EXPECT_EQ(interfaces, kFixedInterfaces);
+  // The published identities never change; classes added later follow them.
+  EXPECT_EQ(classes.substr(0, sizeof kFixedClasses - 1), kFixedClasses);
+  EXPECT_EQ(interfaces.substr(0, sizeof kFixedInterfaces - 1), kFixedInterfaces);
   EXPECT_EQ(kComponentName, "Tympora");
   EXPECT_EQ(kDescriptionVersion, "1.3");
   EXPECT_EQ(kFileVersion, "0.7.0.0");
@@ -226,7 +227,7 @@ TEST(RegistryTest, RegisterThenUnregisterLeavesTheFolderAsItWas) {
   for (std::string_view rest = kFixedInterfaces; !rest.empty();
        rest.remove_prefix(rest.find('\n') + 1))
     interfaces += "interface=" + std::string(rest.substr(0, rest.find('\n') + 1));
-  EXPECT_TRUE(manifest.ends_with(interfaces)) << manifest;
+  EXPECT_NE(manifest.find(interfaces), std::string::npos) << manifest;
   const size_t at = manifest.find("library=") + 8;
   const std::string library = manifest.substr(at, manifest.find('\n', at) - at);
   EXPECT_TRUE(std::filesystem::exists(library)) << library;
