@@ -194,7 +194,7 @@ bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& 
     if (!declared.name.empty() && !Agrees(declared.name, sniffed.encoding)) {
       return d.Fail("The text is " + std::string(sniffed.encoding) + " but declares \"" +
                         std::string(declared.name) + "\"",
-                    std::string_view(out).substr(0, declared.at), sniffed.bom);
+                    std::string_view(out).substr(0, declared.at), declared.at);
     }
     return true;
   }
@@ -217,7 +217,7 @@ bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& 
   const auto fail_at_name = [&](const char* why) {
     std::string message = why + std::string(encoding) + "\"";
     out.assign(head.substr(0, declared.at));  // outlives the EBCDIC head
-    return d.Fail(std::move(message), out, sniffed.bom + declared.at);
+    return d.Fail(std::move(message), out, declared.at);
   };
   if (sniffed.bom != 0 && !encoding.empty() && !IsUtf8Name(encoding)) {
     return fail_at_name("The text is marked as UTF-8 but declares \"");

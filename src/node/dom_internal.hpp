@@ -277,8 +277,10 @@ const char* DeclarationFault(std::string_view data, size_t& at);
 // not UTF-8). `text` is the result: a view of `bytes` when they need no
 // conversion, else of `out`. `xml_text` tells when `text` is known to pass
 // IsXmlText. On failure returns false with a reason, the offset of the fault
-// in `bytes`, and in `before` the text decoded before it (for its line and
-// column). Linear in the length.
+// (in `bytes` for bytes that the encoding does not allow; for a declared
+// name that does not fit, the name's offset in the text as UTF-8 without a
+// mark, as every other position is given), and in `before` the text decoded
+// before it (for its line and column). Linear in the length.
 bool DecodeDocument(std::string_view bytes, std::string& out, std::string_view& text,
                     bool& xml_text, std::string& reason, int64_t& offset, std::string_view& before);
 
