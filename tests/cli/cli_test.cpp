@@ -13,9 +13,10 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -39,6 +40,20 @@ std::string Quoted(const std::string& text) {
 
 bool Has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
+}
+
+// True when all of `text` fits `pattern`, where '#' stands for one digit,
+// '@' for one or more, '_' for one or more spaces and '*' for one or more
+// characters of any kind.
+bool Fits(std::string_view text, std::string_view pattern) {
+  if (pattern.empty()) return text.empty();
+  const char p = pattern[0];
+  const auto one = [&](char c) {
+    return p == '#' || p == '@' ? c >= '0' && c <= '9' : p == '_' ? c == ' ' : p == '*' || c == p;
+  };
+  if (text.empty() || !one(text[0])) return false;
+  const bool run = p == '@' || p == '_' || p == '*';
+  return Fits(text.substr(1), pattern.substr(1)) || (run && Fits(text.substr(1), pattern));
 }
 
 // True when `text` is `parts` in order with anything between them: {X} is
@@ -222,9 +237,8 @@ TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
                              counts + "file:     " + in + "\nsize:     " + size + " bytes (",
                          "\ncompare:  the two trees are equal\nstatus:   0\n"}))
       << demo.out;
-  const std::regex times(
-      "\nexport: +[0-9]+\\.[0-9]{2} s \\(SaveXMLPath\\)\nimport: +[0-9]+\\.[0-9]{2} s \\(load ");
-  EXPECT_TRUE(std::regex_search(demo.out, times)) << demo.out;
+  EXPECT_TRUE(Fits(demo.out, "*\nexport:_@.## s (SaveXMLPath)\nimport:_@.## s (load *"))
+      << demo.out;
   const Result check = Run({"check", in}), round = Run({"roundtrip", in, out});
   EXPECT_EQ(check.status, 0);
   EXPECT_EQ(check.err + round.err, "");
@@ -239,12 +253,11 @@ TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
   EXPECT_EQ(a.substr(a.find("-->")), b.substr(b.find("-->")));
   // Without --out, a temporary file that is removed at the end.
   const Result temporary = Run({"demo", "--clients", "0"});
-  std::smatch used;
-  ASSERT_TRUE(std::regex_search(
-      temporary.out, used,
-      std::regex("  ClientOrPatient +0\n[^]*\nfile: +(.+\\.xml) \\(removed at the end\\)\n")))
+  ASSERT_TRUE(Fits(temporary.out, "*  ClientOrPatient_0\n*\nfile:_*.xml (removed at the end)\n*"))
       << temporary.out;
-  EXPECT_FALSE(fs::exists(used[1].str())) << used[1];
+  const size_t from = temporary.out.find_first_not_of(' ', temporary.out.find("\nfile:") + 6);
+  const std::string used = temporary.out.substr(from, temporary.out.find(" (removed") - from);
+  EXPECT_FALSE(fs::exists(used)) << used;
 }
 
 // Inputs that do not parse, with the line of the fault, and inputs whose
@@ -282,8 +295,7 @@ TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
                                 : in + ": well-formed XML, " + std::to_string(text.size()) +
                                       " bytes, document element \"Clients\"\n");
     EXPECT_TRUE(checked.err.starts_with(error) &&
-                (line == 0 || std::regex_match(checked.err.substr(error.size()),
-                                               std::regex("[1-9][0-9]*: .+ \\(DOMDocument\\)\n"))))
+                (line == 0 || Fits(checked.err.substr(error.size()), "@: * (DOMDocument)\n")))
         << checked.err;
     const Result r = Run({"roundtrip", in, fresh});
     EXPECT_EQ(r.status, 1);
@@ -422,9 +434,16 @@ TEST_F(CliTest, ValidateReportsEveryDroppedValueWithItsLine) {
     EXPECT_EQ(r.status, 1) << r.err;
     // Each finding is a line "FILE:LINE:COLUMN: RULE: what was dropped".
     std::vector<std::string> found;
-    const std::regex finding("(^|\n)[^:\n]*/damaged\\.xml:([0-9]+):[0-9]+: ([a-z-]+): ");
-    for (std::sregex_iterator it(r.out.begin(), r.out.end(), finding), end; it != end; ++it) {
-      found.push_back((*it)[2].str() + " " + (*it)[3].str());
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);) {
+      const size_t at = line.find("/damaged.xml:");
+      if (at == std::string::npos || line.find(':') < at) continue;
+      std::istringstream fields(line.substr(at + 13));
+      std::string row, column, rule;
+      if (std::getline(fields, row, ':') && std::getline(fields, column, ':') &&
+          std::getline(fields, rule, ':') && Fits(row + ":" + column + ":" + rule, "@:@: *")) {
+        found.push_back(row + rule);
+      }
     }
     EXPECT_EQ(found, expected) << r.out;
   }
