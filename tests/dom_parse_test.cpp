@@ -73,7 +73,8 @@ TEST(DomParseTest, DocumentsKeptAsTextReadAsTheParserReadsThem) {
   const std::vector<std::string> kept = {
       "<?xml version=\"1.0\"?>\r\n<!--made-->\r\n" + client("<FirstName>Ann</FirstName>") +
           "\r\n<?pi x?>",
-      client("<FirstName>O&apos;B &amp; &lt;S&gt; &#233;&#x1F600;&quot;</FirstName>"),
+      client(
+          "<FirstName>O&apos;B &amp; &lt;S&gt; &#233;&#128;&#x1F600;&#x10FFFF;&quot;</FirstName>"),
       client("<FirstName>a\r\nb\rc<![CDATA[ d\r\ne ]]></FirstName>"),
       client("<FirstName>An<!--x-->n<?p q?> <b>i<c/>e</b></FirstName><LastName/>"),
       client("<FirstName> <!--c--> </FirstName><LastName></LastName><MiddleName >M</MiddleName >"),
@@ -92,7 +93,7 @@ TEST(DomParseTest, DocumentsKeptAsTextReadAsTheParserReadsThem) {
   // The parser's alone: a text blank once resolved, a DTD, many attributes.
   const std::vector<std::string> parsed = {
       client("<FirstName>&#32;</FirstName>"),
-      "<!DOCTYPE Clients>" + client(""),
+      "<!DOCTYPE Clients [<!ENTITY e \"x\"><!ENTITY f \"]]>\">]>" + client(""),
       "<Clients a='1' b='2' c='3' d='4' e='5' f='6' g='7' h='8' id='9'/>",
   };
   for (const auto* texts : {&kept, &parsed}) {

@@ -198,6 +198,8 @@ TEST(DomTest, SerialisedForms) {
   e.setAttribute("v", "&<>\"'\t\n\r");
   DOMElement t = d.createElement("t");
   t.appendChild(d.createTextNode("&<>\"'\t\n\r]]>"));
+  DOMDocument c = Parse("<a><![CDATA[x]]></a>", false);
+  c.documentElement().firstChild().text("x]]>y");
   const std::pair<std::string, std::string> cases[] = {
       {e.xml(), "<e v=\"&amp;&lt;>&quot;'&#9;&#10;&#13;\"/>"},
       {t.xml(), "<t>&amp;&lt;&gt;\"'\t\n&#13;]]&gt;</t>"},
@@ -208,6 +210,7 @@ TEST(DomTest, SerialisedForms) {
        "<?xml version=\"1.0\"?>\r\n<a/>\r\n"},
       {Parse("<a><![CDATA[x]]]]><![CDATA[>y]]></a>", false).xml(),
        "<a><![CDATA[x]]]]><![CDATA[>y]]></a>\r\n"},
+      {c.xml(), "<a><![CDATA[x]]]]><![CDATA[>y]]></a>\r\n"},
       {Parse("<a/><!--after-->", false).xml(), "<a/>\r\n<!--after-->\r\n"},
   };
   for (const auto& [got, expected] : cases) {
@@ -269,7 +272,8 @@ TEST(DomTest, NamesAreChecked) {
     EXPECT_EQ(ErrorOf([&] { e.setAttribute(bad, "v"); }), kDomErrInvalidName);
     EXPECT_EQ(ErrorOf([&] { d.createProcessingInstruction(bad, "d"); }), kDomErrInvalidName);
   }
-  for (const char* good : {"ns:Curve", "_x", "\xC3\xA9l\xC3\xA9ment", "a-1.b\xC2\xB7"}) {
+  for (const char* good :
+       {"ns:Curve", "_x", "\xC3\xA9l\xC3\xA9ment", "a-1.b\xC2\xB7", "\xE2\x80\x8Cx"}) {
     SCOPED_TRACE(good);
     EXPECT_EQ(ErrorOf([&] { d.createElement(good); }), 0);
     EXPECT_EQ(ErrorOf([&] { e.setAttribute(good, "v"); }), 0);
