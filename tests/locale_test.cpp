@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "node/locale_forms.hpp"
 #include "test_util.hpp"
 #include "tympora/node/conversions.hpp"
 #include "tympora/node/error.hpp"
@@ -46,6 +47,43 @@ TEST(LocaleSettings, DerivedFromTheLocaleDatabase) {
     EXPECT_EQ(ValueToText(MakeDate(2026, 11, 22, 15, 4, 5)) + "|" + ToString(Variant(-1234.25)) +
                   "|" + ToString(Variant(1.5e-5)) + "|" + ValueToText(0.5),
               example);
+  }
+}
+
+// A form written back as a format: "%-d" for a field without padding.
+std::string FormatOf(const detail::Form& form) {
+  using K = detail::FormToken;
+  std::string out;
+  for (const K& t : form) {
+    out += t.kind == K::kLiteral ? t.text
+           : t.kind == K::kAmPm  ? "%p"
+                                 : std::string(t.pad ? "%" : "%-") + "?YmdHIMS"[t.kind];
+  }
+  return out;
+}
+
+// Locale items as glibc might give them, and the date form, the time form,
+// the time form read without seconds and "order|date separator|12-hour|am|pm"
+// built from them. Forms that cannot write a date or time fall back to ISO.
+TEST(LocaleSettings, FormsFollowTheLocaleItems) {
+  const std::tuple<const char*, const char*, const char*, const char*, const char*> cases[] = {
+      {"%0e.%-m.%Y", "%H.%M", "", "", "%d.%-m.%Y|%H.%M.%S|%H.%M|dmy|.|0||"},
+      {"Le %d %m %Y", "%H:%M:%S:%S", "", "", "Le %d %m %Y|%H:%M:%S|%H:%M|dmy| |0||"},
+      {"%a %Y/%m/%e", "%H:%M:%S %-", "", "", "%Y/%m/%-d|%H:%M:%S|%H:%M|ymd|/|0||"},
+      {"%Y년 %m월 %d일", "%p %I:%M:%S", "오전", "오후",
+       "%Y년 %m월 %d일|%p %I:%M:%S|%p %I:%M|ymd|년 |1|오전|오후"},
+      {"", "%l:%M", "x", "x", "%Y-%m-%d|%-I:%M:%S %p|%-I:%M %p|ymd|-|1|AM|PM"},
+      {"%-d%-m%Y", "%S %M %H", "", "", "%d%m%Y|%S %M %H| %M %H|dmy||0||"},
+  };
+  for (const auto& [d_fmt, t_fmt, am, pm, expected] : cases) {
+    SCOPED_TRACE(std::string(d_fmt) + " " + t_fmt);
+    detail::LocaleInfo info{"xx", d_fmt, t_fmt, "", ".", "", am, pm};
+    const auto state = detail::BuildState("xx", info);
+    const LocaleSettings& s = state->settings;
+    EXPECT_EQ(FormatOf(state->date_form) + "|" + FormatOf(state->time_form) + "|" +
+                  FormatOf(state->time_patterns[1]) + "|" + std::string(s.date_order, 3) + "|" +
+                  s.date_separator + "|" + std::to_string(s.twelve_hour) + "|" + s.am + "|" + s.pm,
+              expected);
   }
 }
 

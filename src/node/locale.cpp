@@ -25,15 +25,6 @@ namespace tympora {
 namespace detail {
 namespace {
 
-// The locale items that the forms are derived from.
-struct LocaleInfo {
-  std::string time_name;  // the name of the locale that LC_TIME resolved to
-  std::string d_fmt, t_fmt, t_fmt_ampm;
-  std::string radix, thousands, am, pm;
-
-  bool operator==(const LocaleInfo&) const = default;
-};
-
 struct LocaleDeleter {
   void operator()(locale_t loc) const { freelocale(loc); }
 };
@@ -328,6 +319,8 @@ Form WithoutSeconds(Form form) {
   return form;
 }
 
+}  // namespace
+
 std::unique_ptr<const LocaleState> BuildState(const std::string& name, const LocaleInfo& info) {
   bool iso = IsPosixName(info.time_name);
   auto state = std::make_unique<LocaleState>();
@@ -344,6 +337,8 @@ std::unique_ptr<const LocaleState> BuildState(const std::string& name, const Loc
   }
   return state;
 }
+
+namespace {
 
 // ---- The settings in force ----
 

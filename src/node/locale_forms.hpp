@@ -5,6 +5,7 @@
 // two digits for a day, month or hour, blanks around fields), reads it back.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,20 @@ struct LocaleState {
   std::vector<Form> date_patterns;  // accepted when reading: the locale's, ISO
   std::vector<Form> time_patterns;  // the locale's (with and without seconds), H:MM[:SS]
 };
+
+// The locale items that the forms are derived from, as glibc gives them.
+struct LocaleInfo {
+  std::string time_name;  // the name of the locale that LC_TIME resolved to
+  std::string d_fmt, t_fmt, t_fmt_ampm;
+  std::string radix, thousands, am, pm;
+
+  bool operator==(const LocaleInfo&) const = default;
+};
+
+// The state of the locale `name` with the items `info`. A D_FMT or T_FMT that
+// a date or time cannot be written in gives way to the ISO form; a 12-hour
+// form without two distinct AM/PM texts uses "AM" and "PM".
+std::unique_ptr<const LocaleState> BuildState(const std::string& name, const LocaleInfo& info);
 
 // The state in force; valid for the life of the process.
 const LocaleState& CurrentLocaleState();
