@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "fuzz/fuzz_util.hpp"
 #include "tympora/node/dom.hpp"
 #include "tympora/node/error.hpp"
 #include "tympora/node/file_layer.hpp"
@@ -28,11 +29,10 @@
 
 namespace tympora::testing {
 
-// A status as one text: "number description [source]".
-inline std::string StatusText(const StatusPtr& s) {
-  return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
-           : "no status";
-}
+// A status as one text, "number description [source]", and the number of
+// the tympora::Error that a function raises (0 for none): the fuzzers' own.
+inline std::string StatusText(const StatusPtr& s) { return fuzz::Describe(s); }
+using fuzz::ErrorOf;
 
 // Starts `child` in a forked process with a file table of its own.
 inline pid_t SpawnChild(const std::function<int()>& child) {
@@ -58,16 +58,6 @@ inline std::vector<std::string> FolderNames(const std::filesystem::path& dir) {
     names.push_back(entry.path().filename().string());
   std::sort(names.begin(), names.end());
   return names;
-}
-
-// The number of the tympora::Error that `f` raises, or 0 when it raises none.
-inline int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
 }
 
 // The children of `node` in order: "CRLF" for a text node holding CR LF,

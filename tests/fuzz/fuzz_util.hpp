@@ -36,6 +36,7 @@ inline int32_t ErrorOf(const std::function<void()>& f) {
   return 0;
 }
 
+// A status as one text: "number description [source]".
 inline std::string Describe(const StatusPtr& s) {
   return s ? std::to_string(s->Number()) + " " + s->Description() + " [" + s->Source() + "]"
            : "no status";
