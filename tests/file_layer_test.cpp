@@ -227,7 +227,8 @@ TEST_F(FileLayerTest, ModeTable) {
 // FileReplace in a child whose standard input is closed, so that the layer's
 // descriptors start at 0, and whose errno is a stale EINTR: what stands at
 // the target and how the system calls go decide the error and the mode the
-// new file ends with. A failed replace leaves both files.
+// new file ends with. A failed replace leaves both files; so does a failed
+// open of the new one.
 TEST_F(FileLayerTest, ReplaceTable) {
   const std::string from = In("new"), to = In("old");
   int calls = 0;
@@ -249,6 +250,15 @@ TEST_F(FileLayerTest, ReplaceTable) {
              return 0;
            },
            0, 0640},
+          {"another writer puts its file at the path before the lock", plant, SYS_fcntl,
+           [&](auto& call) {
+             if (call.args[1] == F_OFD_SETLK && !calls++) {
+               WriteFile(In("other"), "other");
+               fs::rename(In("other"), from);
+             }
+             return 0;
+           },
+           70, 0640},
           {"over a running program", plant, SYS_openat,
            [](auto& call) { return call.args[2] & O_CREAT ? 0 : ETXTBSY; }, 70, 0640},
       };
