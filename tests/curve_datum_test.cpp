@@ -71,8 +71,8 @@ void ExpectOnlyKept(const std::string& name, void (R::*set)(int32_t), int32_t (R
         if (way == "setter") (r.*set)(value);
         if (way == "number by name") r.PropertyByName(name, Variant(value));
         if (way == "text by name") r.PropertyByName(name, Variant(text));
-        const std::string xml = "<R><" + name + ">" + text + "</" + name + "></R>";
         if (way == "import") {
+          const std::string xml = "<R><" + name + ">" + text + "</" + name + "></R>";
           ASSERT_EQ(testing::ImportText(r, xml)->Number(), 0);
         }
         const int32_t expected = kept ? value : over ? held : 0;

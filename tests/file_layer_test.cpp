@@ -252,7 +252,7 @@ TEST_F(FileLayerTest, ReplaceTable) {
            0, 0640},
           {"another writer puts its file at the path before the lock", plant, SYS_fcntl,
            [&](auto& call) {
-             if (call.args[1] == F_OFD_SETLK && !calls++) {
+             if ((call.args[1] == F_OFD_SETLK || call.args[1] == F_SETLK) && !calls++) {
                WriteFile(In("other"), "other");
                fs::rename(In("other"), from);
              }
