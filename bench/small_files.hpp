@@ -24,11 +24,14 @@ struct SmallFilesOptions {
 std::shared_ptr<CClients> LoadAndImport(const std::string& path);
 
 // Builds `o.files` client lists of one client each, then times over all of
-// them at once: ExportXMLPath and anchor (a) writing one file each, the
+// them at once: ExportXMLPath and anchor (a) writing one file each, (e) the
+// file system alone deleting, creating and writing the same bytes, the
 // import (load + ImportXMLNode), ImportXMLFile and anchor (c) reading them.
 // Checks that every import gives back its tree. Prints a Markdown table with
-// files/s and MB/s, and each road's MB/s against `largest` (the last clinic
-// measured; ignored when it has no file). Returns false when a check failed.
+// files/s and MB/s, each road's MB/s against `largest` (the last clinic
+// measured; ignored when it has no file), and the time per file that the
+// export's target leaves beside what (e) takes of it. Returns false when a
+// check failed.
 bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest);
 
 }  // namespace tympora::bench
