@@ -4,8 +4,6 @@
 // attempt was retried another way), leave no partial file and keep the
 // records. A process of its own, as it replaces the global operator new;
 // under AddressSanitizer the leak check at exit proves that nothing leaks.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <new>
@@ -15,7 +13,6 @@
 #include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tree.hpp"
-#include "tympora/node/error.hpp"
 #include "tympora/records/clients.hpp"
 
 namespace {

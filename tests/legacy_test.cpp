@@ -2,10 +2,6 @@
 // 8-bit with and without a declaration, CR LF line ends, US-form dates),
 // and files of clinics elsewhere in the encodings of their regions: each is
 // read value by value and exported as UTF-8.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "test_util.hpp"
 #include "tree.hpp"
 #include "tympora/node/conversions.hpp"

@@ -1,7 +1,5 @@
 #include "tree.hpp"
 
-#include <gtest/gtest.h>
-
 #include "test_util.hpp"
 #include "tympora/measurement/curve.hpp"
 #include "tympora/node/import_observer.hpp"
@@ -23,17 +21,10 @@ TEST(TreeTest, WholeTreeRoundTripsThroughOneFile) {
     TempDir dir;
     auto original = BuildScrambledClinic({});  // 20 x 2 x 2 x 2 x 2 x (20 + 5)
     ASSERT_EQ(original->ExportXMLPath(dir / "clinic.xml")->Number(), 0);
-    DOMDocument doc = DOMDocument::New();
-    ASSERT_TRUE(doc.load(dir / "clinic.xml")) << doc.parseError().reason;
     auto imported = std::make_shared<CClients>();
-    DOMElement root = doc.documentElement();
-    ASSERT_EQ(imported->ImportXMLNode(root)->Number(), 0);
+    ASSERT_EQ(imported->ImportXMLFile(dir / "clinic.xml")->Number(), 0);  // a load and an import
     EXPECT_EQ(CompareTrees(*original, *imported), "");
-    const auto counts = support::CountRecords(*imported);
-    EXPECT_EQ(counts.at("ClientOrPatient"), 20);
-    EXPECT_EQ(counts.at("CurveDatum"), 20 * 2 * 2 * 2 * 2 * 20);
-    EXPECT_EQ(counts.at("DistortionDatum"), 20 * 2 * 2 * 2 * 2 * 5);
-
+    EXPECT_EQ(support::CountRecords(*imported).at("DistortionDatum"), 20 * 2 * 2 * 2 * 2 * 5);
     ASSERT_EQ(imported->ExportXMLPath(dir / "again.xml")->Number(), 0);
     EXPECT_EQ(WithoutCreationDate(ReadFile(dir / "again.xml")),
               WithoutCreationDate(ReadFile(dir / "clinic.xml")));
