@@ -2,7 +2,6 @@
 // subcommand's output and exit status, usage errors, and the failures a user
 // meets (a file that does not parse, a duplicate id, a missing client).
 // TYMPORA_CLI is the path of the built program.
-#include <regex>
 #include <set>
 
 #include "../test_util.hpp"
@@ -38,6 +37,20 @@ bool Matches(const std::string& text, const std::vector<std::string>& parts) {
     at += parts[i].size();
   }
   return text.size() >= at + parts.back().size() && text.ends_with(parts.back());
+}
+
+// Whether `text` fits `pattern`, in which # is one digit, @ one or more
+// digits, _ one or more spaces and * one or more characters. (std::regex
+// is avoided: GCC 12 warns inside it in the sanitizer builds.)
+bool Fits(std::string_view text, std::string_view pattern) {
+  if (pattern.empty()) return text.empty();
+  const char p = pattern[0];
+  const auto one = [&](char c) {
+    return p == '#' || p == '@' ? c >= '0' && c <= '9' : p == '_' ? c == ' ' : p == '*' || c == p;
+  };
+  if (text.empty() || !one(text[0])) return false;
+  const bool run = p == '@' || p == '_' || p == '*';
+  return Fits(text.substr(1), pattern.substr(1)) || (run && Fits(text.substr(1), pattern));
 }
 
 // A file of one client whose elements are `body`, from line 4 on.
@@ -291,9 +304,7 @@ TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
                              counts + "file:     " + in + "\nsize:     " + size + " bytes (",
                          "\ncompare:  the two trees are equal\nstatus:   0\n"}))
       << demo.out;
-  EXPECT_TRUE(std::regex_search(
-      demo.out,
-      std::regex(R"(\nexport: +\d+\.\d\d s \(SaveXMLPath\)\nimport: +\d+\.\d\d s \(load )")))
+  EXPECT_TRUE(Fits(demo.out, "*\nexport:_@.## s (SaveXMLPath)\nimport:_@.## s (load *"))
       << demo.out;
   const Result check = Run({"check", in}), round = Run({"roundtrip", in, out});
   EXPECT_EQ(check.status, 0);
@@ -309,12 +320,12 @@ TEST_F(CliTest, DemoCheckAndRoundtripAgree) {
   EXPECT_EQ(a.substr(a.find("-->")), b.substr(b.find("-->")));
   // Without --out, a temporary file that is removed at the end.
   const Result temporary = Run({"demo", "--clients", "0"});
-  std::smatch used;
-  ASSERT_TRUE(std::regex_search(
-      temporary.out, used,
-      std::regex(R"(  ClientOrPatient +0\n[\s\S]*\nfile: +(.+\.xml) \(removed at the end\)\n)")))
+  ASSERT_TRUE(Fits(temporary.out, "*  ClientOrPatient_0\n*\nfile:_*.xml (removed at the end)\n*"))
       << temporary.out;
-  EXPECT_FALSE(fs::exists(used[1].str())) << used[1];
+  std::string used = temporary.out.substr(temporary.out.find("\nfile:") + 6);
+  used = used.substr(used.find_first_not_of(' '));
+  used.resize(used.find(" (removed at the end)"));
+  EXPECT_FALSE(fs::exists(used)) << used;
 }
 
 // Inputs that do not parse, with the line of the fault, and one whose import
@@ -342,8 +353,7 @@ TEST_F(CliTest, FailingInputsAreReportedAndNothingIsWritten) {
                                 : in + ": well-formed XML, " + std::to_string(text.size()) +
                                       " bytes, document element \"Clients\"\n");
     EXPECT_TRUE(checked.err.starts_with(error) &&
-                (line == 0 || std::regex_match(checked.err.substr(error.size()),
-                                               std::regex(R"(\d+: .+ \(DOMDocument\)\n)"))))
+                (line == 0 || Fits(checked.err.substr(error.size()), "@: * (DOMDocument)\n")))
         << checked.err;
     const Result r = Run({"roundtrip", in, fresh});
     EXPECT_EQ(r.status, 1);
@@ -384,10 +394,18 @@ TEST_F(CliTest, ValidateReportsEveryDroppedValueWithItsLine) {
     const Result r = Run({"validate", file});
     EXPECT_EQ(r.status, 1) << r.err;
     // Each finding is a line "FILE:LINE:COLUMN: RULE: what was dropped".
-    const std::regex finding(R"((?:^|\n)[^:\n]*/damaged\.xml:(\d+):\d+: ([^:\n]+))");
     std::vector<std::string> found;
-    for (std::sregex_iterator it(r.out.begin(), r.out.end(), finding), end; it != end; ++it)
-      found.push_back((*it)[1].str() + " " + (*it)[2].str());
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);) {
+      const size_t at = line.find("/damaged.xml:");
+      if (at == std::string::npos || line.find(':') < at) continue;
+      std::istringstream fields(line.substr(at + 13));
+      std::string row, column, rule;
+      if (std::getline(fields, row, ':') && std::getline(fields, column, ':') &&
+          std::getline(fields, rule, ':') && Fits(row + ":" + column + ":" + rule, "@:@: *")) {
+        found.push_back(row + rule);
+      }
+    }
     EXPECT_EQ(found, expected) << r.out;
   }
 }
