@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "probe_node.hpp"
 #include "test_util.hpp"
 #include "tympora/node/file_layer.hpp"
@@ -54,12 +52,17 @@ TEST(ExportFrameTest, FailureTable) {
        "2006 Supplied Parent Node Parameter: Object parameter 2 is not initialized."},
       {probe.ExportXMLDocument(rooted),
        "1001 DOMDocument: Only one top level element is allowed in an XML document"},
+      // An absent status counts as success; a node that returns none writes nothing.
+      {silent.ExportXMLPath(dir / "a.xml"), "0 : "},
+      {StandaloneNode().ExportXMLPath(dir / "b.xml"), "none"},
   };
   for (const auto& [status, expected] : cases) EXPECT_EQ(Of(status), expected);
   EXPECT_EQ(Shape(rooted.AsNode()), std::vector<std::string>{"Root"});
   EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
   EXPECT_EQ(ReadFile(dir / "kept.xml"), "old") << "a failed save leaves the old file";
-  EXPECT_EQ(FolderNames(dir.path()), (std::vector<std::string>{"failing.xml", "kept.xml"}));
+  EXPECT_EQ(FolderNames(dir.path()),
+            (std::vector<std::string>{"a.xml", "failing.xml", "kept.xml"}));
+  EXPECT_NE(ReadFile(dir / "a.xml").find("<Probe id=\"0\">"), std::string::npos);
   ASSERT_EQ(FreeFile(), 1) << "the failing exports closed their files";
   OpenFile(1, dir / "nodoc.xml");
   EXPECT_EQ(Of(no_document.ExportXMLFileHandle(1)),
@@ -68,11 +71,6 @@ TEST(ExportFrameTest, FailureTable) {
   EXPECT_EQ(FileLength(1), 0);
   FileClose(1);
   EXPECT_EQ(ErrorOf([] { CheckThisNode(DOMNode()); }), 2005);
-  // An absent status counts as success; a node that returns none writes nothing.
-  EXPECT_EQ(Of(silent.ExportXMLPath(dir / "a.xml")), "0 : ");
-  EXPECT_NE(ReadFile(dir / "a.xml").find("<Probe id=\"0\">"), std::string::npos);
-  EXPECT_EQ(StandaloneNode().ExportXMLPath(dir / "b.xml"), nullptr);
-  EXPECT_FALSE(std::filesystem::exists(dir / "b.xml"));
 }
 
 // A new document holds the declaration, the comment and the element, whose
@@ -152,7 +150,7 @@ TEST(ExportFrameTest, CollectionsExportUntilAFailureAndReset) {
   EXPECT_EQ(absent->Count(), 0);
 }
 
-TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
+TEST(PropertyElementTest, CreateAppendAndReadPropertyElements) {
   DOMDocument doc = DOMDocument::New();
   const std::tuple<const char*, bool, Variant, std::string> rows[] = {
       // name, Null, value
@@ -187,21 +185,18 @@ TEST(PropertyElementTest, CreateAndAppendPropertyElements) {
   EXPECT_FALSE(child);
   AppendPropertyElement(doc, "P", false, Variant(int32_t{-7}), parent);
   EXPECT_EQ(parent.xml(), "<Root>&#13;\n<Child/>&#13;\n<P>-7</P></Root>");
-}
-
-// The null flag needs exactly the text "true"; an id is read when it is a
-// number, rounded half to even.
-TEST(PropertyElementTest, ReadsTheNullFlagAndTheID) {
+  // The null flag needs exactly the text "true"; an id is read when it is a
+  // number, rounded half to even.
   for (const char* xml : {"<P null=\"true\"/>", "<P a=\"1\" null=\"true\">x</P>"})
     EXPECT_TRUE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
   for (const char* xml : {"<P null=\"TRUE\"/>", "<P null=\"1\"/>", "<P null=\" true\"/>",
                           "<P Null=\"true\"/>", "<P/>", "<P nul=\"true\"/>"}) {
     EXPECT_FALSE(IsNullNode(testing::Parse(xml).documentElement())) << xml;
   }
-  DOMDocument doc = testing::Parse("<P>text</P>");
-  EXPECT_EQ(ErrorOf([&] { IsNullNode(doc.documentElement().firstChild()); }), kErrObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { IsNullNode(testing::ChildNamed(parent, "P").firstChild()); }),
+            kErrObjectNotSet);
   EXPECT_EQ(ErrorOf([] { IsNullNode(DOMNode()); }), kErrObjectNotSet);
-  const std::tuple<const char*, int32_t, int32_t> rows[] = {
+  const std::tuple<const char*, int32_t, int32_t> ids[] = {
       // the id read into 99, the error
       {"<R id=\"12\"/>", 12, 0},    {"<R id=\"12.5\"/>", 12, 0},
       {"<R id=\"13.5\"/>", 14, 0},  {"<R id=\"-3\"/>", -3, 0},
@@ -210,7 +205,7 @@ TEST(PropertyElementTest, ReadsTheNullFlagAndTheID) {
       {"<R ID=\"5\"/>", 99, 0},     {"<R id=\"3000000000\"/>", 99, kErrOverflow},
       {"<R id=\" 7 \"/>", 7, 0},
   };
-  for (const auto& [xml, expected, error] : rows) {
+  for (const auto& [xml, expected, error] : ids) {
     SCOPED_TRACE(xml);
     int32_t id = 99;
     EXPECT_EQ(ErrorOf([&] { ReadNodeID(testing::Parse(xml).documentElement(), id); }), error);
