@@ -21,7 +21,6 @@ namespace tympora {
 namespace {
 
 using testing::ErrorOf;
-using testing::LocaleGuard;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -93,7 +92,7 @@ TEST(ConversionsIsNumericText, FollowsTheLocaleSeparators) {
        {{"1,5", 1.5}, {"1.5", 1.5}, {"-0,25E2", -25}, {"1.234,5", kNaN}, {"1,2,3", kNaN}}},
   };
   for (const auto& [name, cases] : by_locale) {
-    LocaleGuard locale(name);
+    testing::LocaleGuard locale(name);
     for (const auto& [text, expected] : cases) {
       SCOPED_TRACE(std::string(name) + " [" + text + "]");
       const bool numeric = !std::isnan(expected);
@@ -154,7 +153,7 @@ std::string Conversions(const Variant& value) {
 }
 
 TEST(ConversionsVariant, EachKindConvertsOrRaises) {
-  LocaleGuard locale("C");
+  testing::LocaleGuard locale("C");
   const std::pair<Variant, const char*> cases[] = {
       {Variant(), "||0|0|0|0|0|100"},
       {Variant(kNull), "#94|#94|#94|#94|#94|#94|#94|001"},

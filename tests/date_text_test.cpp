@@ -13,7 +13,6 @@ namespace tympora {
 namespace {
 
 using testing::ErrorOf;
-using testing::LocaleGuard;
 
 using Parts = std::array<int, 6>;  // year, month, day, hour, minute, second
 
@@ -128,7 +127,7 @@ TEST(ConversionsDate, WrittenAndReadFormsPerLocale) {
        {"11/22/2026", "31.11.2026"}},
   };
   for (const auto& [name, dates, not_dates] : by_locale) {
-    LocaleGuard locale(name);
+    testing::LocaleGuard locale(name);
     for (const auto& [date, c, en_us, de_de] : cases) {
       const char* expected = name[0] == 'C' ? c : name[0] == 'e' ? en_us : de_de;
       SCOPED_TRACE(std::string(name) + " " + expected);

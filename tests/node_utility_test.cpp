@@ -10,12 +10,9 @@
 namespace tympora {
 namespace {
 using testing::ErrorOf;
-using testing::FolderNames;
 using testing::Probe;
 using testing::ReadFile;
 using testing::Shape;
-using testing::TempDir;
-using testing::WriteFile;
 
 // A status as "number source: description".
 std::string Of(const StatusPtr& s) {
@@ -23,7 +20,7 @@ std::string Of(const StatusPtr& s) {
 }
 
 TEST(ExportFrameTest, FailureTable) {
-  TempDir dir;
+  testing::TempDir dir;
   Probe probe, failing, no_document, silent;
   failing.fail_number = 1234;
   no_document.no_document = true;
@@ -31,7 +28,7 @@ TEST(ExportFrameTest, FailureTable) {
   DOMDocument absent, into, fresh = DOMDocument::New(), rooted = DOMDocument::New();
   rooted.appendChild(rooted.createElement("Root"));
   DOMElement no_parent;
-  WriteFile(dir / "kept.xml", "old");
+  testing::WriteFile(dir / "kept.xml", "old");
   const std::string probe_failure = "1234 Probe: probe failure";
   const std::string bad_handle = "2003 : Invalid file handle.";
   const std::pair<StatusPtr, std::string> cases[] = {
@@ -60,7 +57,7 @@ TEST(ExportFrameTest, FailureTable) {
   EXPECT_EQ(Shape(rooted.AsNode()), std::vector<std::string>{"Root"});
   EXPECT_EQ(ReadFile(dir / "failing.xml"), "") << "a failed export leaves the file empty";
   EXPECT_EQ(ReadFile(dir / "kept.xml"), "old") << "a failed save leaves the old file";
-  EXPECT_EQ(FolderNames(dir.path()),
+  EXPECT_EQ(testing::FolderNames(dir.path()),
             (std::vector<std::string>{"a.xml", "failing.xml", "kept.xml"}));
   EXPECT_NE(ReadFile(dir / "a.xml").find("<Probe id=\"0\">"), std::string::npos);
   ASSERT_EQ(FreeFile(), 1) << "the failing exports closed their files";
@@ -79,7 +76,7 @@ TEST(ExportFrameTest, FailureTable) {
 // element; below a node, the element comes between two CR LF text nodes.
 // NewXMLDocument makes a new document of the declaration and the comment.
 TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileFilesDropThem) {
-  TempDir dir;
+  testing::TempDir dir;
   Probe probe;
   probe.ID(3);
   probe.name = "  \r\n ";
@@ -89,7 +86,7 @@ TEST(ExportFrameTest, DocumentsKeepCrLfNodesWhileFilesDropThem) {
             "<?xml version='1.0'?>\r\n<!--document created DATE-->\r\n"
             "<Probe id=\"3\">&#13;\n<Name>  &#13;\n </Name>&#13;\n</Probe>\r\n");
   // The file replaces a longer one, of which nothing remains.
-  WriteFile(dir / "p.xml", std::string(10000, 'x'));
+  testing::WriteFile(dir / "p.xml", std::string(10000, 'x'));
   EXPECT_EQ(Of(probe.ExportXMLPath(dir / "p.xml")), "0 : ");
   EXPECT_EQ(testing::WithoutCreationDate(ReadFile(dir / "p.xml")),
             "<?xml version=\"1.0\"?>\r\n<!--document created DATE-->\r\n"

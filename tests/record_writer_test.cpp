@@ -19,7 +19,6 @@
 
 namespace tympora {
 namespace {
-using testing::ReadFile;
 using testing::StatusText;
 using testing::TempDir;
 using testing::WithoutCreationDate;
@@ -53,7 +52,7 @@ std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status,
   FileWrite(n, head.substr(0, start));
   status = node.ExportXMLFileHandle(n);
   FileClose(n);
-  return ReadFile(path);
+  return testing::ReadFile(path);
 }
 
 // The file road and the direct writer write what the document road does.
