@@ -123,13 +123,14 @@ TEST(DomParseTest, DocumentsKeptAsTextReadAsTheParserReadsThem) {
 
 // Handles keep their tree alive past a later load and past the document,
 // whether or not a document kept as text had its tree built; a handle of
-// such a document element is the same node before and after the build.
+// such a document element is the same node before and after the build. A
+// child that a new text replaces stays valid, out of its tree.
 TEST(DomParseTest, HandlesOutliveALoadAndStayTheSameNode) {
   DOMElement unbuilt, built, child;
   {
     DOMDocument d = testing::Parse("<a><b>one</b><c>two<d/></c></a>", false);
     unbuilt = d.documentElement();
-    ASSERT_TRUE(d.loadXML("<n><b>x</b></n>"));
+    ASSERT_TRUE(d.loadXML("<n><b>x</b>z</n>"));
     built = d.documentElement();
     child = built.firstChild();  // builds the tree
     EXPECT_TRUE(d.documentElement() == built);
@@ -144,7 +145,15 @@ TEST(DomParseTest, HandlesOutliveALoadAndStayTheSameNode) {
   EXPECT_EQ(unbuilt.xml(), "<a><b>one</b><c>two<d/></c></a>");
   EXPECT_EQ(child.parentNode(), built);
   child.text("y");
-  EXPECT_EQ(built.xml(), "<n><b>y</b></n>");
+  EXPECT_EQ(built.xml(), "<n><b>y</b>z</n>");
+  EXPECT_EQ(built.childNodes().item(1).text(), "z");  // warms the child cursor of n
+  built.text("new");
+  EXPECT_EQ(Dump(built), "n['new']");
+  EXPECT_TRUE(built.childNodes().item(1).IsAbsent());
+  EXPECT_EQ(child.text(), "y");
+  EXPECT_TRUE(child.parentNode().IsAbsent());
+  built.text("");
+  EXPECT_EQ(built.xml(), "<n/>");
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "node/locale_forms.hpp"
 #include "test_util.hpp"
@@ -127,18 +126,15 @@ TEST(LocaleSwitch, ConcurrentReadersSeeWholeSettings) {
   LocaleGuard locale("C");
   std::atomic<bool> stop{false};
   std::atomic<int> bad{0}, reads{0};
-  std::vector<std::thread> readers;
-  for (int t = 0; t < 3; ++t) {
-    readers.emplace_back([&] {
-      while (!stop.load()) {
-        std::string date = ValueToText(MakeDate(2026, 11, 22, 15, 4, 5));
-        std::string number = ToString(Variant(0.5));
-        if (date != "2026-11-22 15:04:05" && date != "22.11.2026 15:04:05") ++bad;
-        if (number != "0.5" && number != "0,5") ++bad;
-        ++reads;
-      }
-    });
-  }
+  const auto read = [&] {
+    for (; !stop.load(); ++reads) {
+      const std::string date = ValueToText(MakeDate(2026, 11, 22, 15, 4, 5));
+      const std::string number = ToString(Variant(0.5));
+      if (date != "2026-11-22 15:04:05" && date != "22.11.2026 15:04:05") ++bad;
+      if (number != "0.5" && number != "0,5") ++bad;
+    }
+  };
+  std::thread readers[] = {std::thread(read), std::thread(read), std::thread(read)};
   for (int i = 0; i < 200 || reads.load() < 2000; ++i) SetLocale(i % 2 ? "C" : "de_DE.UTF-8");
   stop = true;
   for (auto& r : readers) r.join();

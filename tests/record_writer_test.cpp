@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 #include "node/record_writer.hpp"
@@ -20,7 +19,6 @@
 
 namespace tympora {
 namespace {
-using testing::ReadFile;
 using testing::StatusText;
 using testing::TempDir;
 using testing::WithoutCreationDate;
@@ -44,14 +42,17 @@ std::string Direct(const RecordBase& record) {
   return std::string(text.View());
 }
 
-// What ExportXMLFileHandle writes into a fresh file.
-std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status) {
-  std::filesystem::remove(path);
+// What ExportXMLFileHandle leaves in a file that held `head`, exporting from
+// position `start` of it.
+std::string FileRoad(CNode& node, const std::string& path, StatusPtr& status,
+                     const std::string& head = "", size_t start = 0) {
+  testing::WriteFile(path, head);
   const int16_t n = FreeFile();
   OpenFile(n, path);
+  FileWrite(n, head.substr(0, start));
   status = node.ExportXMLFileHandle(n);
   FileClose(n);
-  return ReadFile(path);
+  return testing::ReadFile(path);
 }
 
 // The file road and the direct writer write what the document road does.
@@ -87,9 +88,8 @@ void Scramble(RecordBase& record, uint64_t& seed) {
   }
   for (const ChildListDef& list : record.Info().children) {
     const NodeCollection* children = list.list(record);
-    for (int32_t i = 1; children && i <= children->Count(); ++i) {
+    for (int32_t i = 1; children && i <= children->Count(); ++i)
       Scramble(static_cast<RecordBase&>(*children->NodeItem(i)), seed);
-    }
   }
 }
 
@@ -159,27 +159,18 @@ TEST(RecordWriterTest, LongDocumentsGoOutInPiecesAndAFailureTakesThemBack) {
   const std::string path = dir / "long.xml";
   auto clients = support::BuildScrambledClinic({.clients = 30, .seed = 3});
   const std::string head = "host text before the export\r\n";
-  // Exports into a file holding `head`, from position `start` of it.
-  const auto export_from = [&](size_t start) {
-    testing::WriteFile(path, head);
-    const int16_t n = FreeFile();
-    OpenFile(n, path);
-    FileWrite(n, head.substr(0, start));
-    StatusPtr status = clients->ExportXMLFileHandle(n);
-    FileClose(n);
-    return std::make_pair(status->Number(), ReadFile(path));
-  };
   const std::string text = Direct(*clients);
   ASSERT_GT(text.size(), size_t{2} << 20);
-  auto [number, written] = export_from(head.size());
-  EXPECT_EQ(number, 0);
-  EXPECT_TRUE(WithoutCreationDate(written) == head + text);
+  StatusPtr status;
+  EXPECT_TRUE(WithoutCreationDate(FileRoad(*clients, path, status, head, head.size())) ==
+              head + text);
+  EXPECT_EQ(status->Number(), 0);
 
   clients->Clients()->Item(30)->City("a\x01z");
   for (const size_t start : {size_t{0}, head.size()}) {
     SCOPED_TRACE(start);
-    std::tie(number, written) = export_from(start);
-    EXPECT_EQ(number, kDomErrInvalidChar);
+    const std::string written = FileRoad(*clients, path, status, head, start);
+    EXPECT_EQ(status->Number(), kDomErrInvalidChar);
     EXPECT_TRUE(written == head) << written.size() << " bytes in the file";
   }
 }
