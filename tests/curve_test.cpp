@@ -5,43 +5,35 @@
 namespace tympora {
 namespace {
 using testing::ExportsNull;
+using testing::Prop;
 
 testing::RecordCase CurveCase() {
+  using C = CCurve;
   return {
       "CCurve",
       [] { return std::make_shared<CCurve>(); },
       "Curve",
-      [](RecordBase& r) {
-        auto& c = static_cast<CCurve&>(r);
-        c.FxDataPoints(512);
-        c.DateText("03/01/2024");
-        c.DistType(-3);
-        c.CurveExp(" 1 dB");
-        c.FxFlag0(1);
-        c.FxFlag1(-1);
-        c.FxSourceAmp(0.5);
-        c.FxTime0(2147483647);
-        c.FxTime1(-2147483647 - 1);
-        c.FxHighestVal(120);
-        c.CurveNo(7);
-        c.MeasureType(2);
-        c.Name("REAR 65");
-        c.FxNoiseRed(10);
-        c.FxRMS(3);
-        c.Source("ISTS");
-        c.SourceType(4);
-        c.SourceValue(65);
-        c.State(6);
-        c.TestNo(12);
-        c.CurveType("Gain");
-      },
-      {{"FxDataPoints", "512"}, {"DateText", "03/01/2024"}, {"DistType", "-3"},
-       {"Exp", " 1 dB"},        {"FxFlag0", "1"},           {"FxFlag1", "-1"},
-       {"FxSrcAmp", ".5"},      {"FxTime0", "2147483647"},  {"FxTime1", "-2147483648"},
-       {"FxHighestVal", "120"}, {"CurveNumber", "7"},       {"MeasureType", "2"},
-       {"Name", "REAR 65"},     {"FxNoiseRed", "10"},       {"FxRMS", "3"},
-       {"Source", "ISTS"},      {"SourceType", "4"},        {"SourceValue", "65"},
-       {"State", "6"},          {"TestNo", "12"},           {"Type", "Gain"}},
+      {Prop(&C::FxDataPoints, "FxDataPoints", "512", 512),
+       Prop(&C::DateText, "DateText", "03/01/2024"),
+       Prop(&C::DistType, "DistType", "-3", -3),
+       Prop(&C::CurveExp, "Exp", " 1 dB"),
+       Prop(&C::FxFlag0, "FxFlag0", "1", 1),
+       Prop(&C::FxFlag1, "FxFlag1", "-1", -1),
+       Prop(&C::FxSourceAmp, "FxSrcAmp", ".5", 0.5),
+       Prop(&C::FxTime0, "FxTime0", "2147483647", 2147483647),
+       Prop(&C::FxTime1, "FxTime1", "-2147483648", -2147483647 - 1),
+       Prop(&C::FxHighestVal, "FxHighestVal", "120", 120),
+       Prop(&C::CurveNo, "CurveNumber", "7", 7),
+       Prop(&C::MeasureType, "MeasureType", "2", 2),
+       Prop(&C::Name, "Name", "REAR 65"),
+       Prop(&C::FxNoiseRed, "FxNoiseRed", "10", 10),
+       Prop(&C::FxRMS, "FxRMS", "3", 3),
+       Prop(&C::Source, "Source", "ISTS"),
+       Prop(&C::SourceType, "SourceType", "4", 4),
+       Prop(&C::SourceValue, "SourceValue", "65", 65),
+       Prop(&C::State, "State", "6", 6),
+       Prop(&C::TestNo, "TestNo", "12", 12),
+       Prop(&C::CurveType, "Type", "Gain")},
       {},
       {"ID", "id", "CurveNo", "CurveExp", "CurveType", "FxSourceAmp", "curveNumber", "CurveData",
        "DistortionData", "name", "Name "},

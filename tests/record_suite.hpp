@@ -20,18 +20,39 @@
 
 namespace tympora::testing {
 
+// One property of a record class: its element, its text once `set` has
+// given it a value that is not its zero by the typed setter.
+struct PropertyCase {
+  std::string element, text;
+  std::function<void(RecordBase&)> set;
+};
+
+template <class R, class V, class A>
+PropertyCase Prop(void (R::*setter)(V), std::string element, std::string text, A value) {
+  return {std::move(element), std::move(text),
+          [setter, value](RecordBase& r) { (static_cast<R&>(r).*setter)(value); }};
+}
+
+// A text property, set to its text.
+template <class R>
+PropertyCase Prop(void (R::*setter)(const std::string&), std::string element, std::string text) {
+  return Prop(setter, std::move(element), text, text);
+}
+
 struct RecordCase {
   std::string class_name;
   std::function<std::shared_ptr<RecordBase>()> make;
   std::string node_name;
-  std::function<void(RecordBase&)> fill;  // every value property not its zero, by typed setters
-  // Every property element in export order, with its text after `fill` (C locale).
-  std::vector<std::pair<std::string, std::string>> filled;
+  std::vector<PropertyCase> properties = {};  // every property element, in export order (C locale)
   // Other names PropertyByName accepts, each with the element it stands for.
-  std::vector<std::pair<std::string, std::string>> aliases;
+  std::vector<std::pair<std::string, std::string>> aliases = {};
   // Names PropertyByName must ignore (property names unlike their element, other case ...).
   std::vector<std::string> refused;
   std::string txt_source = "Function ExportTXT";
+
+  void Fill(RecordBase& record) const {
+    for (const PropertyCase& p : properties) p.set(record);
+  }
 };
 
 inline void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.class_name; }
@@ -41,7 +62,8 @@ class RecordSuite : public ::testing::TestWithParam<RecordCase> {
   // The children of an exported record: its property elements in order, CR LF around each.
   std::vector<std::string> PropertyShape() const {
     std::vector<std::string> shape{"CRLF"};
-    for (const auto& [name, text] : GetParam().filled) shape.insert(shape.end(), {name, "CRLF"});
+    for (const PropertyCase& p : GetParam().properties)
+      shape.insert(shape.end(), {p.element, "CRLF"});
     return shape;
   }
 
