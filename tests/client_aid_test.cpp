@@ -60,11 +60,7 @@ INSTANTIATE_CHILD_LIST_SUITE(ClientAid,
                              testing::ListCase<CClientAid, CTestDefinition>(
                                  "TestDefinitions", "TestSession", &CClientAid::AddTestDefinition,
                                  &CClientAid::TestDefinitions, &CClientAid::ResetTestDefinitions,
-                                 [](CTestDefinition& t) {
-                                   t.Comment("kept");
-                                   t.AddExamination(std::make_shared<CExamination>());
-                                 },
-                                 "AidEar"));
+                                 [](CTestDefinition& t) { t.Comment("kept"); }, "AidEar"));
 
 }  // namespace
 }  // namespace tympora

@@ -55,11 +55,7 @@ INSTANTIATE_RECORD_SUITE(Client, ClientCase());
 INSTANTIATE_CHILD_LIST_SUITE(Client,
                              testing::ListCase<CClient, CClientAid>(
                                  "Aids", "ClientAid", &CClient::AddAid, &CClient::Aids,
-                                 &CClient::ResetAids,
-                                 [](CClientAid& aid) {
-                                   aid.AidModel("kept");
-                                   aid.AddTestDefinition(std::make_shared<CTestDefinition>());
-                                 },
+                                 &CClient::ResetAids, [](CClientAid& aid) { aid.AidModel("kept"); },
                                  "FirstName"));
 
 }  // namespace

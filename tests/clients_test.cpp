@@ -16,13 +16,10 @@ testing::RecordCase ClientsCase() {
           .refused = {"ID", "id", "Clients", "FirstName", "Number", "NodeName"}};
 }
 INSTANTIATE_RECORD_SUITE(Clients, ClientsCase());
-INSTANTIATE_CHILD_LIST_SUITE(
-    Clients, testing::ListCase<CClients, CClient>("Clients", "ClientOrPatient",
-                                                  &CClients::AddClient, &CClients::Clients,
-                                                  &CClients::ResetClients, [](CClient& c) {
-                                                    c.FirstName("kept");
-                                                    c.AddAid(std::make_shared<CClientAid>());
-                                                  }));
+INSTANTIATE_CHILD_LIST_SUITE(Clients, testing::ListCase<CClients, CClient>(
+                                          "Clients", "ClientOrPatient", &CClients::AddClient,
+                                          &CClients::Clients, &CClients::ResetClients,
+                                          [](CClient& c) { c.FirstName("kept"); }));
 
 // A record of class R with `id` and properties set by name: `values` holds
 // each name followed by its value.

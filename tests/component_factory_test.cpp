@@ -66,8 +66,11 @@ DOMNode {DE0EFCA6-E72A-47F6-83E7-2DF909463717}
 )";
 
 TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
-  EXPECT_EQ(LibraryId(), "{C6AF55A8-68A3-42A4-A7AC-F18F07D93E78}");
-  EXPECT_EQ(StatusNumId(), "{8710D609-4D45-46CD-BEB2-4B77B97F0A92}");
+  // The library's identity, versions and status enumeration head the description.
+  const std::string head =
+      "component Tympora {C6AF55A8-68A3-42A4-A7AC-F18F07D93E78} description 1.3 version 0.7.0.0 "
+      "(0.07)\n\nenum StatusNum {8710D609-4D45-46CD-BEB2-4B77B97F0A92}\n";
+  EXPECT_EQ(DescribeInterfaces().substr(0, head.size()), head);
   // Every identifier is also found without braces and in lower case.
   auto found_bare = [](std::string_view id) {
     const std::string bare(id.substr(1, 36));
@@ -89,10 +92,6 @@ TEST(IdentityTest, IdentifiersAndOrderAreTheFixedOnes) {
   // The published identities never change; classes added later follow them.
   EXPECT_EQ(classes.substr(0, sizeof kFixedClasses - 1), kFixedClasses);
   EXPECT_EQ(interfaces.substr(0, sizeof kFixedInterfaces - 1), kFixedInterfaces);
-  EXPECT_EQ(kComponentName, "Tympora");
-  EXPECT_EQ(kDescriptionVersion, "1.3");
-  EXPECT_EQ(kFileVersion, "0.7.0.0");
-  EXPECT_EQ(kVersionText, "0.07");
   for (std::string_view bad : {"", "{}", "C6AF55A8-68A3-42A4-A7AC-F18F07D93E7", "Tympora.CClients",
                                "{C6AF55A8-68A3-42A4-A7AC-F18F07D93E78"}) {
     EXPECT_FALSE(SameId(bad, LibraryId())) << bad;

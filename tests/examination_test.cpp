@@ -41,11 +41,7 @@ INSTANTIATE_RECORD_SUITE(Examination, ExaminationCase());
 INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve>(
                                               "Curves", "Curve", &CExamination::AddCurve,
                                               &CExamination::Curves, &CExamination::ResetCurves,
-                                              [](CCurve& c) {
-                                                c.Name("kept");
-                                                c.AddCurveDatum(std::make_shared<CCurveDatum>());
-                                              },
-                                              "Comment"));
+                                              [](CCurve& c) { c.Name("kept"); }, "Comment"));
 
 TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
   const Date held = MakeDate(2024, 2, 29, 12, 0, 1);

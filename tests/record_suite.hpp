@@ -79,7 +79,8 @@ struct ChildListCase {
   std::function<std::shared_ptr<RecordBase>()> make_parent;
   std::string element;  // the children's element name
   std::function<std::shared_ptr<RecordBase>()> make_child;
-  // Sets a value and, where the child has lists, adds a child: what a reset takes back.
+  // Sets a value, which a reset must take back: more than the ID that the test sets.
+  // (What the child's own Reset takes back, lists and all, its own suites check.)
   std::function<void(RecordBase&)> fill_child;
   // The typed members of the parent: AddX, the list, ResetX.
   std::function<void(RecordBase&, const std::shared_ptr<RecordBase>&)> add;
