@@ -9,10 +9,8 @@ using testing::Prop;
 
 testing::RecordCase ClientAidCase() {
   using A = CClientAid;
-  return {
-      "CClientAid",
-      [] { return std::make_shared<CClientAid>(); },
-      "ClientAid",
+  return testing::Case<CClientAid>(
+      "CClientAid", "ClientAid",
       {Prop(&A::AidEar, "AidEar", "Left"),
        Prop(&A::AidSerialNumber, "AidSerialNumber", "SN-0042"),
        Prop(&A::AidBatterySize, "HearingAidBatterySize", "312"),
@@ -52,8 +50,7 @@ testing::RecordCase ClientAidCase() {
       {},
       {"AidColor", "AidManufacturer", "AidChannels", "AidClass", "AidShape", "AidWarrantyDate",
        "AidFMIsActivated", "HearingAidManufacturer", "HearingAidSerialNumber", "HearingAidEar",
-       "ID", "id", "TestDefinitions", "manufacturerName", "ManufacturerName "},
-  };
+       "ID", "id", "TestDefinitions", "manufacturerName", "ManufacturerName "});
 }
 INSTANTIATE_RECORD_SUITE(ClientAid, ClientAidCase());
 INSTANTIATE_CHILD_LIST_SUITE(ClientAid,

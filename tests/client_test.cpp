@@ -9,10 +9,8 @@ using testing::Prop;
 
 testing::RecordCase ClientCase() {
   using C = CClient;
-  return {
-      "CClient",
-      [] { return std::make_shared<CClient>(); },
-      "ClientOrPatient",
+  return testing::Case<CClient>(
+      "CClient", "ClientOrPatient",
       {Prop(&C::StreetAddress, "StreetAddress", "12 Elm Street"),
        Prop(&C::BirthDate, "BirthDate", "1950-07-14", MakeDate(1950, 7, 14)),
        Prop(&C::CellPhone, "PhoneCell", "555-0100"),
@@ -47,9 +45,7 @@ testing::RecordCase ClientCase() {
        Prop(&C::SocialSecurity, "SocialSecurity", "123-45-6789"),
        Prop(&C::State, "State", "XY"),
        Prop(&C::ZipCode, "ZipCode", "01234")},
-      {},
-      {"CellPhone", "ID", "id", "Aids", "Client", "firstName", "FirstName ", "Address"},
-  };
+      {}, {"CellPhone", "ID", "id", "Aids", "Client", "firstName", "FirstName ", "Address"});
 }
 INSTANTIATE_RECORD_SUITE(Client, ClientCase());
 INSTANTIATE_CHILD_LIST_SUITE(Client,

@@ -10,10 +10,8 @@ using testing::ReadFile;
 
 // The list has no property at all: every name is refused, "ID" included.
 testing::RecordCase ClientsCase() {
-  return {.class_name = "CClients",
-          .make = [] { return std::make_shared<CClients>(); },
-          .node_name = "Clients",
-          .refused = {"ID", "id", "Clients", "FirstName", "Number", "NodeName"}};
+  return testing::Case<CClients>("CClients", "Clients", {}, {},
+                                 {"ID", "id", "Clients", "FirstName", "Number", "NodeName"});
 }
 INSTANTIATE_RECORD_SUITE(Clients, ClientsCase());
 INSTANTIATE_CHILD_LIST_SUITE(Clients, testing::ListCase<CClients, CClient>(

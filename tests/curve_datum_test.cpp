@@ -9,10 +9,8 @@ namespace {
 using testing::Prop;
 
 testing::RecordCase CurveDatumCase() {
-  return {
-      "CCurveDatum",
-      [] { return std::make_shared<CCurveDatum>(); },
-      "CurveDatum",
+  return testing::Case<CCurveDatum>(
+      "CCurveDatum", "CurveDatum",
       {Prop(&CCurveDatum::InputVal, "Input", "-.25", -0.25),
        Prop(&CCurveDatum::OutputVal, "Output", "1.5E-07", 1.5E-07),
        Prop(&CCurveDatum::maxOutputVal, "MaxOutput", "120.125", 120.125),
@@ -23,23 +21,18 @@ testing::RecordCase CurveDatumCase() {
        {"OutputVal", "Output"},
        {"MaxOutputVal", "MaxOutput"},
        {"MinOutputVal", "MinOutput"}},
-      {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "},
-  };
+      {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "});
 }
 
 testing::RecordCase DistortionDatumCase() {
-  testing::RecordCase c{
-      "CDistortionDatum",
-      [] { return std::make_shared<CDistortionDatum>(); },
-      "DistortionDatum",
+  return testing::Case<CDistortionDatum>(
+      "CDistortionDatum", "DistortionDatum",
       {Prop(&CDistortionDatum::Frequency, "Frequency", "2500", 2500),
        Prop(&CDistortionDatum::Distortion, "Distortion", "-.25", -0.25),
        Prop(&CDistortionDatum::Other, "Other", "1.5E-05", 1.5E-05)},
       {},
       {"DistortionVal", "distortion", "DISTORTION", "ID", "id", "Input", "MaxOutput", "Frequency "},
-  };
-  c.txt_source = "Function CNode_ExportTXT";
-  return c;
+      "Function CNode_ExportTXT");
 }
 INSTANTIATE_RECORD_SUITE(Points, CurveDatumCase(), DistortionDatumCase());
 

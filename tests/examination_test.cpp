@@ -14,10 +14,8 @@ using testing::Prop;
 
 testing::RecordCase ExaminationCase() {
   using E = CExamination;
-  return {
-      "CExamination",
-      [] { return std::make_shared<CExamination>(); },
-      "Examination",
+  return testing::Case<CExamination>(
+      "CExamination", "Examination",
       {Prop(&E::AidClass, "AidClass", "-2", -2),
        Prop(&E::AnalyzerAidType, "AnalyzerAidType", "3", 3),
        Prop(&E::Category, "Category", "2147483647", 2147483647),
@@ -33,9 +31,7 @@ testing::RecordCase ExaminationCase() {
        Prop(&E::TestName, "TestName", "ISTS"), Prop(&E::TestNumber, "TestNumber", "17", 17),
        Prop(&E::TestType, "TestType", "REM"),
        Prop(&E::ProgramVersion, "ProgramVersion", "4021", 4021)},
-      {},
-      {"Ear", "ID", "id", "Curves", "earID", "EarId", "NumberOfCurves ", "programVersion"},
-  };
+      {}, {"Ear", "ID", "id", "Curves", "earID", "EarId", "NumberOfCurves ", "programVersion"});
 }
 INSTANTIATE_RECORD_SUITE(Examination, ExaminationCase());
 INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve>(

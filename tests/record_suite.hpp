@@ -43,17 +43,28 @@ struct RecordCase {
   std::string class_name;
   std::function<std::shared_ptr<RecordBase>()> make;
   std::string node_name;
-  std::vector<PropertyCase> properties = {};  // every property element, in export order (C locale)
+  std::vector<PropertyCase> properties;  // every property element, in export order (C locale)
   // Other names PropertyByName accepts, each with the element it stands for.
-  std::vector<std::pair<std::string, std::string>> aliases = {};
+  std::vector<std::pair<std::string, std::string>> aliases;
   // Names PropertyByName must ignore (property names unlike their element, other case ...).
   std::vector<std::string> refused;
-  std::string txt_source = "Function ExportTXT";
+  std::string txt_source;  // of the status of ExportTXT
 
   void Fill(RecordBase& record) const {
     for (const PropertyCase& p : properties) p.set(record);
   }
 };
+
+// The case of the record class R, which the tests call `class_name`.
+template <class R>
+RecordCase Case(std::string class_name, std::string node_name, std::vector<PropertyCase> properties,
+                std::vector<std::pair<std::string, std::string>> aliases,
+                std::vector<std::string> refused, std::string txt_source = "Function ExportTXT") {
+  return {std::move(class_name), [] { return std::make_shared<R>(); },
+          std::move(node_name),  std::move(properties),
+          std::move(aliases),    std::move(refused),
+          std::move(txt_source)};
+}
 
 inline void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.class_name; }
 

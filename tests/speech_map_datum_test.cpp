@@ -8,16 +8,13 @@ using testing::ErrorOf;
 using testing::Prop;
 
 testing::RecordCase SpeechMapDatumCase() {
-  return {
-      "CSpeechMapDatum",
-      [] { return std::make_shared<CSpeechMapDatum>(); },
-      "SpeechMapDatum",
+  return testing::Case<CSpeechMapDatum>(
+      "CSpeechMapDatum", "SpeechMapDatum",
       {Prop(&CSpeechMapDatum::maxOutputVal, "MaxOutput", "85.5", 85.5),
        Prop(&CSpeechMapDatum::minOutputVal, "MinOutput", "-.25", -0.25),
        Prop(&CSpeechMapDatum::Other, "Other", "1E+15", 1E+15)},
       {{"MaxOutputVal", "MaxOutput"}, {"MinOutputVal", "MinOutput"}},
-      {"maxOutputVal", "minOutputVal", "id", "Id", "Input", "Frequency", "other", "MaxOutput "},
-  };
+      {"maxOutputVal", "minOutputVal", "id", "Id", "Input", "Frequency", "other", "MaxOutput "});
 }
 INSTANTIATE_RECORD_SUITE(SpeechMapDatum, SpeechMapDatumCase());
 

@@ -14,19 +14,15 @@ using testing::Prop;
 
 testing::RecordCase TestDefinitionCase() {
   using T = CTestDefinition;
-  return {
-      "CTestDefinition",
-      [] { return std::make_shared<CTestDefinition>(); },
-      "TestSession",
+  return testing::Case<CTestDefinition>(
+      "CTestDefinition", "TestSession",
       {Prop(&T::Comment, "Comment", " follow-up "), Prop(&T::Deleted, "Deleted", "True", true),
        Prop(&T::InsCode, "InsCode", "-12", -12), Prop(&T::Percode, "PerCode", "7", 7),
        Prop(&T::TestDate, "TestDate", "2025-11-02 08:05:00", MakeDate(2025, 11, 2, 8, 5, 0)),
        Prop(&T::TestExplanation, "TestExplanation", "Gain at 2cc, both ears"),
        Prop(&T::TestTime, "TestTime", "8.05 h"), Prop(&T::TestType, "TestType", "Coupler"),
        Prop(&T::TestTypeNumber, "TestTypeNumber", "3", 3)},
-      {},
-      {"Percode", "ID", "id", "Examinations", "deleted", "Testdate", "TestType "},
-  };
+      {}, {"Percode", "ID", "id", "Examinations", "deleted", "Testdate", "TestType "});
 }
 INSTANTIATE_RECORD_SUITE(TestDefinition, TestDefinitionCase());
 INSTANTIATE_CHILD_LIST_SUITE(TestDefinition,
