@@ -8,8 +8,6 @@
 namespace tympora {
 namespace {
 using testing::ExportsNull;
-using testing::ImportText;
-using testing::LocaleGuard;
 using testing::Prop;
 
 testing::RecordCase ExaminationCase() {
@@ -42,15 +40,15 @@ INSTANTIATE_CHILD_LIST_SUITE(Examination, testing::ListCase<CExamination, CCurve
 TEST(ExaminationTest, DateElementsThatAreNoDatesLeaveValueAndFlag) {
   const Date held = MakeDate(2024, 2, 29, 12, 0, 1);
   for (const char* locale : {"C", "en_US.UTF-8", "de_DE.UTF-8"}) {
-    LocaleGuard guard(locale);
+    testing::LocaleGuard guard(locale);
     for (const std::string text : {"abc", "", "31.02.2026", "2026-02-31", "02/31/2026", "25:00"}) {
       for (const bool was_set : {false, true}) {
         SCOPED_TRACE(std::string(locale) + " '" + text + "'" + (was_set ? " over a date" : ""));
         CExamination e;
         if (was_set) e.LastSaveDate(held);
-        ASSERT_EQ(ImportText(e, "<Examination><CreateDate>" + text + "</CreateDate><LastSaveDate>" +
-                                    text + "</LastSaveDate><CreateTime>" + text +
-                                    "</CreateTime></Examination>")
+        ASSERT_EQ(testing::ImportText(
+                      e, "<Examination><CreateDate>" + text + "</CreateDate><LastSaveDate>" + text +
+                             "</LastSaveDate><CreateTime>" + text + "</CreateTime></Examination>")
                       ->Number(),
                   0);
         EXPECT_TRUE(ExportsNull(e, "CreateDate"));

@@ -4,7 +4,6 @@
 
 namespace tympora {
 namespace {
-using testing::ErrorOf;
 using testing::Prop;
 
 testing::RecordCase SpeechMapDatumCase() {
@@ -22,7 +21,7 @@ TEST(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
   CSpeechMapDatum d;
   d.ID(-17);
   for (const Variant& value : {Variant(int32_t{5}), Variant(kNull), Variant("not a number")}) {
-    EXPECT_EQ(ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
+    EXPECT_EQ(testing::ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
     EXPECT_EQ(d.PropertyByName("ID"), Variant(int32_t{-17}));
   }
 }
