@@ -5,101 +5,59 @@
 
 namespace tympora {
 namespace {
+using testing::Prop;
 
 testing::RecordCase ClientAidCase() {
-  return {
-      "CClientAid",
-      [] { return std::make_shared<CClientAid>(); },
-      "ClientAid",
-      [](RecordBase& r) {
-        auto& a = static_cast<CClientAid&>(r);
-        a.ManufacturerName("Sonic Works");
-        a.ManufacturerType("Maker");
-        a.ManufacturerCity("Springfield");
-        a.ManufacturerState("XY");
-        a.ManufacturerZipCode("01234");
-        a.ManufacturerCountry("Utopia");
-        a.ManufacturerPhone("555-0199");
-        a.ManufacturerEmail("info@example.org");
-        a.ManufacturerComment("Preferred");
-        a.ManufacturerDeleted(true);
-        a.AidSerialNumber("SN-0042");
-        a.AidEar("Left");
-        a.AidColor(16777215);
-        a.AidShape("BTE");
-        a.AidPicture("aid.png");
-        a.AidType("Digital");
-        a.AidBatterySize("312");
-        a.AidBatteryType("Zinc-air");
-        a.AidWarrantyDate(MakeDate(2023, 3, 4, 13, 45, 30));
-        a.AidPurchaseDate(MakeDate(2021, 3, 4));
-        a.AidClass(-2);
-        a.AidModel("Model 9");
-        a.AidManufacturer("ACME-7");
-        a.AidComment("Fits well");
-        a.AidFMType("Receiver");
-        a.AidFMModel("FM-2");
-        a.AidFMManufacturer("Radio Co");
-        a.AidFMSerialNumber("FM-77");
-        a.AidFMIsActivated(true);
-        a.AidEarmoldType("Skeleton");
-        a.AidEarmoldMaterial("Acrylic");
-        a.AidTubing("Thin");
-        a.AidVenting(" 2 mm ");
-        a.AidChannels("2+2");
-        a.ManufacturerAddress("1 Main Street");
-      },
-      {{"AidEar", "Left"},
-       {"AidSerialNumber", "SN-0042"},
-       {"HearingAidBatterySize", "312"},
-       {"HearingAidBatteryType", "Zinc-air"},
-       {"HearingAidChannels", "2+2"},
-       {"HearingAidClass", "-2"},
-       {"HearingAidColor", "16777215"},
-       {"HearingAidComment", "Fits well"},
-       {"HearingAidEarmoldMaterial", "Acrylic"},
-       {"HearingAidEarmoldType", "Skeleton"},
-       {"HearingAidFMIsActivated", "True"},
-       {"HearingAidFMManufacturer", "Radio Co"},
-       {"HearingAidFMModel", "FM-2"},
-       {"HearingAidFMSerialNumber", "FM-77"},
-       {"HearingAidFMType", "Receiver"},
-       {"HearingAidManufacturerCode", "ACME-7"},
-       {"HearingAidModel", "Model 9"},
-       {"HearingAidPicture", "aid.png"},
-       {"HearingAidPurchaseDate", "2021-03-04"},
-       {"HearingAidShape", "BTE"},
-       {"HearingAidTubing", "Thin"},
-       {"HearingAidType", "Digital"},
-       {"HearingAidVenting", " 2 mm "},
-       {"HearingAidWarrantyDate", "2023-03-04 13:45:30"},
-       {"ManufacturerAddress", "1 Main Street"},
-       {"ManufacturerCity", "Springfield"},
-       {"ManufacturerComment", "Preferred"},
-       {"ManufacturerCountry", "Utopia"},
-       {"ManufacturerDeleted", "True"},
-       {"ManufacturerEmail", "info@example.org"},
-       {"ManufacturerName", "Sonic Works"},
-       {"ManufacturerPhone", "555-0199"},
-       {"ManufacturerState", "XY"},
-       {"ManufacturerType", "Maker"},
-       {"ManufacturerZipCode", "01234"}},
+  using A = CClientAid;
+  return testing::Case<CClientAid>(
+      "CClientAid", "ClientAid",
+      {Prop(&A::AidEar, "AidEar", "Left"),
+       Prop(&A::AidSerialNumber, "AidSerialNumber", "SN-0042"),
+       Prop(&A::AidBatterySize, "HearingAidBatterySize", "312"),
+       Prop(&A::AidBatteryType, "HearingAidBatteryType", "Zinc-air"),
+       Prop(&A::AidChannels, "HearingAidChannels", "2+2"),
+       Prop(&A::AidClass, "HearingAidClass", "-2", -2),
+       Prop(&A::AidColor, "HearingAidColor", "16777215", 16777215),
+       Prop(&A::AidComment, "HearingAidComment", "Fits well"),
+       Prop(&A::AidEarmoldMaterial, "HearingAidEarmoldMaterial", "Acrylic"),
+       Prop(&A::AidEarmoldType, "HearingAidEarmoldType", "Skeleton"),
+       Prop(&A::AidFMIsActivated, "HearingAidFMIsActivated", "True", true),
+       Prop(&A::AidFMManufacturer, "HearingAidFMManufacturer", "Radio Co"),
+       Prop(&A::AidFMModel, "HearingAidFMModel", "FM-2"),
+       Prop(&A::AidFMSerialNumber, "HearingAidFMSerialNumber", "FM-77"),
+       Prop(&A::AidFMType, "HearingAidFMType", "Receiver"),
+       Prop(&A::AidManufacturer, "HearingAidManufacturerCode", "ACME-7"),
+       Prop(&A::AidModel, "HearingAidModel", "Model 9"),
+       Prop(&A::AidPicture, "HearingAidPicture", "aid.png"),
+       Prop(&A::AidPurchaseDate, "HearingAidPurchaseDate", "2021-03-04", MakeDate(2021, 3, 4)),
+       Prop(&A::AidShape, "HearingAidShape", "BTE"),
+       Prop(&A::AidTubing, "HearingAidTubing", "Thin"),
+       Prop(&A::AidType, "HearingAidType", "Digital"),
+       Prop(&A::AidVenting, "HearingAidVenting", " 2 mm "),
+       Prop(&A::AidWarrantyDate, "HearingAidWarrantyDate", "2023-03-04 13:45:30",
+            MakeDate(2023, 3, 4, 13, 45, 30)),
+       Prop(&A::ManufacturerAddress, "ManufacturerAddress", "1 Main Street"),
+       Prop(&A::ManufacturerCity, "ManufacturerCity", "Springfield"),
+       Prop(&A::ManufacturerComment, "ManufacturerComment", "Preferred"),
+       Prop(&A::ManufacturerCountry, "ManufacturerCountry", "Utopia"),
+       Prop(&A::ManufacturerDeleted, "ManufacturerDeleted", "True", true),
+       Prop(&A::ManufacturerEmail, "ManufacturerEmail", "info@example.org"),
+       Prop(&A::ManufacturerName, "ManufacturerName", "Sonic Works"),
+       Prop(&A::ManufacturerPhone, "ManufacturerPhone", "555-0199"),
+       Prop(&A::ManufacturerState, "ManufacturerState", "XY"),
+       Prop(&A::ManufacturerType, "ManufacturerType", "Maker"),
+       Prop(&A::ManufacturerZipCode, "ManufacturerZipCode", "01234")},
       {},
       {"AidColor", "AidManufacturer", "AidChannels", "AidClass", "AidShape", "AidWarrantyDate",
        "AidFMIsActivated", "HearingAidManufacturer", "HearingAidSerialNumber", "HearingAidEar",
-       "ID", "id", "TestDefinitions", "manufacturerName", "ManufacturerName "},
-  };
+       "ID", "id", "TestDefinitions", "manufacturerName", "ManufacturerName "});
 }
 INSTANTIATE_RECORD_SUITE(ClientAid, ClientAidCase());
 INSTANTIATE_CHILD_LIST_SUITE(ClientAid,
                              testing::ListCase<CClientAid, CTestDefinition>(
                                  "TestDefinitions", "TestSession", &CClientAid::AddTestDefinition,
                                  &CClientAid::TestDefinitions, &CClientAid::ResetTestDefinitions,
-                                 [](CTestDefinition& t) {
-                                   t.Comment("kept");
-                                   t.AddExamination(std::make_shared<CExamination>());
-                                 },
-                                 "AidEar"));
+                                 [](CTestDefinition& t) { t.Comment("kept"); }, "AidEar"));
 
 }  // namespace
 }  // namespace tympora

@@ -5,94 +5,53 @@
 
 namespace tympora {
 namespace {
+using testing::Prop;
 
 testing::RecordCase ClientCase() {
-  return {
-      "CClient",
-      [] { return std::make_shared<CClient>(); },
-      "ClientOrPatient",
-      [](RecordBase& r) {
-        auto& c = static_cast<CClient&>(r);
-        c.FirstName("Ann");
-        c.LastName("Lee");
-        c.Number("007");
-        c.SocialSecurity("123-45-6789");
-        c.Picture("ann.jpg");
-        c.Gender("F");
-        c.Physician("Dr. Grey");
-        c.InsuranceAgency("Mutual");
-        c.InsurancePhone("555-0111");
-        c.InsurancePolicyNumber("P-9");
-        c.InsuranceGroupNumber("G-12");
-        c.City("Springfield");
-        c.State("XY");
-        c.ZipCode("01234");
-        c.OtherPostalCode("OPC 1");
-        c.StreetAddress("12 Elm Street");
-        c.Country("Utopia");
-        c.Phone1("555-0101");
-        c.Phone2("555-0102");
-        c.CellPhone("555-0100");
-        c.OfficePhone("555-0103");
-        c.Illness("none");
-        c.Email("ann@example.org");
-        c.Comment(" two blanks ");
-        c.Deleted(true);
-        c.HearingLoss("moderate");
-        c.BirthDate(MakeDate(1950, 7, 14));
-        c.RegistrationDate(MakeDate(1999, 12, 31));
-        c.LastEntryDate(MakeDate(2024, 1, 2, 8, 30, 0));
-        c.ReferenceNumber("R-1");
-        c.MotherName("Mia");
-        c.FatherName("Max");
-        c.MiddleName("Jo");
-      },
-      {{"StreetAddress", "12 Elm Street"},
-       {"BirthDate", "1950-07-14"},
-       {"PhoneCell", "555-0100"},
-       {"City", "Springfield"},
-       {"Comment", " two blanks "},
-       {"Country", "Utopia"},
-       {"Deleted", "True"},
-       {"Email", "ann@example.org"},
-       {"FatherName", "Max"},
-       {"FirstName", "Ann"},
-       {"Gender", "F"},
-       {"HearingLoss", "moderate"},
-       {"Illness", "none"},
-       {"InsuranceAgency", "Mutual"},
-       {"InsuranceGroupNumber", "G-12"},
-       {"InsurancePhone", "555-0111"},
-       {"InsurancePolicyNumber", "P-9"},
-       {"LastEntryDate", "2024-01-02 08:30:00"},
-       {"LastName", "Lee"},
-       {"MiddleName", "Jo"},
-       {"MotherName", "Mia"},
-       {"Number", "007"},
-       {"OfficePhone", "555-0103"},
-       {"OtherPostalCode", "OPC 1"},
-       {"Phone1", "555-0101"},
-       {"Phone2", "555-0102"},
-       {"Physician", "Dr. Grey"},
-       {"Picture", "ann.jpg"},
-       {"ReferenceNumber", "R-1"},
-       {"RegistrationDate", "1999-12-31"},
-       {"SocialSecurity", "123-45-6789"},
-       {"State", "XY"},
-       {"ZipCode", "01234"}},
-      {},
-      {"CellPhone", "ID", "id", "Aids", "Client", "firstName", "FirstName ", "Address"},
-  };
+  using C = CClient;
+  return testing::Case<CClient>(
+      "CClient", "ClientOrPatient",
+      {Prop(&C::StreetAddress, "StreetAddress", "12 Elm Street"),
+       Prop(&C::BirthDate, "BirthDate", "1950-07-14", MakeDate(1950, 7, 14)),
+       Prop(&C::CellPhone, "PhoneCell", "555-0100"),
+       Prop(&C::City, "City", "Springfield"),
+       Prop(&C::Comment, "Comment", " two blanks "),
+       Prop(&C::Country, "Country", "Utopia"),
+       Prop(&C::Deleted, "Deleted", "True", true),
+       Prop(&C::Email, "Email", "ann@example.org"),
+       Prop(&C::FatherName, "FatherName", "Max"),
+       Prop(&C::FirstName, "FirstName", "Ann"),
+       Prop(&C::Gender, "Gender", "F"),
+       Prop(&C::HearingLoss, "HearingLoss", "moderate"),
+       Prop(&C::Illness, "Illness", "none"),
+       Prop(&C::InsuranceAgency, "InsuranceAgency", "Mutual"),
+       Prop(&C::InsuranceGroupNumber, "InsuranceGroupNumber", "G-12"),
+       Prop(&C::InsurancePhone, "InsurancePhone", "555-0111"),
+       Prop(&C::InsurancePolicyNumber, "InsurancePolicyNumber", "P-9"),
+       Prop(&C::LastEntryDate, "LastEntryDate", "2024-01-02 08:30:00",
+            MakeDate(2024, 1, 2, 8, 30, 0)),
+       Prop(&C::LastName, "LastName", "Lee"),
+       Prop(&C::MiddleName, "MiddleName", "Jo"),
+       Prop(&C::MotherName, "MotherName", "Mia"),
+       Prop(&C::Number, "Number", "007"),
+       Prop(&C::OfficePhone, "OfficePhone", "555-0103"),
+       Prop(&C::OtherPostalCode, "OtherPostalCode", "OPC 1"),
+       Prop(&C::Phone1, "Phone1", "555-0101"),
+       Prop(&C::Phone2, "Phone2", "555-0102"),
+       Prop(&C::Physician, "Physician", "Dr. Grey"),
+       Prop(&C::Picture, "Picture", "ann.jpg"),
+       Prop(&C::ReferenceNumber, "ReferenceNumber", "R-1"),
+       Prop(&C::RegistrationDate, "RegistrationDate", "1999-12-31", MakeDate(1999, 12, 31)),
+       Prop(&C::SocialSecurity, "SocialSecurity", "123-45-6789"),
+       Prop(&C::State, "State", "XY"),
+       Prop(&C::ZipCode, "ZipCode", "01234")},
+      {}, {"CellPhone", "ID", "id", "Aids", "Client", "firstName", "FirstName ", "Address"});
 }
 INSTANTIATE_RECORD_SUITE(Client, ClientCase());
 INSTANTIATE_CHILD_LIST_SUITE(Client,
                              testing::ListCase<CClient, CClientAid>(
                                  "Aids", "ClientAid", &CClient::AddAid, &CClient::Aids,
-                                 &CClient::ResetAids,
-                                 [](CClientAid& aid) {
-                                   aid.AidModel("kept");
-                                   aid.AddTestDefinition(std::make_shared<CTestDefinition>());
-                                 },
+                                 &CClient::ResetAids, [](CClientAid& aid) { aid.AidModel("kept"); },
                                  "FirstName"));
 
 }  // namespace

@@ -63,7 +63,6 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"negative count", Call(curve.p, "ID", kGet, &arg.v, -1), 5},
       {"NULL arguments", Call(curve.p, "ID", kPut, nullptr, 1), 5},
       {"unknown variant kind", Call(curve.p, "ID", kPut, &arg.v, 1), 5},
-      {"unknown member", Call(curve.p, "Nope", kMethod, nullptr, 0, &result.v), 438},
       {"wrong count", Call(curve.p, "ID", kGet, &result.v, 1), 450},
       {"NULL class name", tympora_create_object(nullptr, &out), 5},
       {"CNode", tympora_create_object("Tympora.CNode", &out), 429},
@@ -95,6 +94,7 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
       {"import a missing file",
        tympora_import_xml_file(curve.p, "tympora-c-api-missing.xml", &imported.p), 53},
       {"import, no place for the status", tympora_import_xml_file(curve.p, "x.xml", nullptr), 5},
+      {"unknown member", Call(curve.p, "Nope", kMethod, nullptr, 0, &result.v), 438},
   };
   for (const auto& [what, got, want] : cases) EXPECT_EQ(got, want) << what;
   EXPECT_EQ(out, nullptr);
@@ -102,7 +102,6 @@ TEST(CApiTest, BadHandlesAndArgumentsAreErrorsNotCrashes) {
   EXPECT_STREQ(tympora_interface_name(imported.p), "_CStatus");
   EXPECT_EQ(result.v.kind, TYMPORA_EMPTY);
   // The last error stays readable until the next call; a success clears it.
-  EXPECT_EQ(Call(curve.p, "Nope", kMethod), 438);
   EXPECT_EQ(tympora_error_number(), 438);
   EXPECT_NE(std::string(tympora_error_description()).find("_CCurve.Nope"), std::string::npos);
   EXPECT_STREQ(tympora_error_source(), "Tympora");
@@ -178,7 +177,6 @@ TEST(CApiTest, EntryPointsAndTheLiveObjectCount) {
   const long before = tympora::Object::LiveCount();
   ASSERT_EQ(DllGetClassObject("{F19A97FA-16B9-4C95-86AC-5F6C8D443D56}", "IClassFactory", &factory),
             TYMPORA_S_OK);
-  EXPECT_EQ(DllCanUnloadNow(), TYMPORA_S_FALSE);  // a factory alone keeps the library
   Handle clients;
   ASSERT_EQ(tympora_factory_create(static_cast<tympora_factory*>(factory), &clients.p), 0);
   EXPECT_STREQ(tympora_interface_name(clients.p), "_CClients");

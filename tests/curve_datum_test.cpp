@@ -6,52 +6,33 @@
 
 namespace tympora {
 namespace {
+using testing::Prop;
 
 testing::RecordCase CurveDatumCase() {
-  return {
-      "CCurveDatum",
-      [] { return std::make_shared<CCurveDatum>(); },
-      "CurveDatum",
-      [](RecordBase& r) {
-        auto& d = static_cast<CCurveDatum&>(r);
-        d.InputVal(-0.25);
-        d.OutputVal(1.5E-07);
-        d.maxOutputVal(120.125);
-        d.minOutputVal(1E+15);
-        d.Frequency(100000);
-        d.Other(123456789012345.0);
-      },
-      {{"Input", "-.25"},
-       {"Output", "1.5E-07"},
-       {"MaxOutput", "120.125"},
-       {"MinOutput", "1E+15"},
-       {"Frequency", "100000"},
-       {"Other", "123456789012345"}},
+  return testing::Case<CCurveDatum>(
+      "CCurveDatum", "CurveDatum",
+      {Prop(&CCurveDatum::InputVal, "Input", "-.25", -0.25),
+       Prop(&CCurveDatum::OutputVal, "Output", "1.5E-07", 1.5E-07),
+       Prop(&CCurveDatum::maxOutputVal, "MaxOutput", "120.125", 120.125),
+       Prop(&CCurveDatum::minOutputVal, "MinOutput", "1E+15", 1E+15),
+       Prop(&CCurveDatum::Frequency, "Frequency", "100000", 100000),
+       Prop(&CCurveDatum::Other, "Other", "123456789012345", 123456789012345.0)},
       {{"InputVal", "Input"},
        {"OutputVal", "Output"},
        {"MaxOutputVal", "MaxOutput"},
        {"MinOutputVal", "MinOutput"}},
-      {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "},
-  };
+      {"maxOutputVal", "minOutputVal", "ID", "id", "input", "frequency", "Frequency "});
 }
 
 testing::RecordCase DistortionDatumCase() {
-  testing::RecordCase c{
-      "CDistortionDatum",
-      [] { return std::make_shared<CDistortionDatum>(); },
-      "DistortionDatum",
-      [](RecordBase& r) {
-        auto& d = static_cast<CDistortionDatum&>(r);
-        d.Frequency(2500);
-        d.Distortion(-0.25);
-        d.Other(1.5E-05);
-      },
-      {{"Frequency", "2500"}, {"Distortion", "-.25"}, {"Other", "1.5E-05"}},
+  return testing::Case<CDistortionDatum>(
+      "CDistortionDatum", "DistortionDatum",
+      {Prop(&CDistortionDatum::Frequency, "Frequency", "2500", 2500),
+       Prop(&CDistortionDatum::Distortion, "Distortion", "-.25", -0.25),
+       Prop(&CDistortionDatum::Other, "Other", "1.5E-05", 1.5E-05)},
       {},
       {"DistortionVal", "distortion", "DISTORTION", "ID", "id", "Input", "MaxOutput", "Frequency "},
-  };
-  c.txt_source = "Function CNode_ExportTXT";
-  return c;
+      "Function CNode_ExportTXT");
 }
 INSTANTIATE_RECORD_SUITE(Points, CurveDatumCase(), DistortionDatumCase());
 

@@ -5,47 +5,35 @@
 namespace tympora {
 namespace {
 using testing::ExportsNull;
+using testing::Prop;
 
 testing::RecordCase CurveCase() {
-  return {
-      "CCurve",
-      [] { return std::make_shared<CCurve>(); },
-      "Curve",
-      [](RecordBase& r) {
-        auto& c = static_cast<CCurve&>(r);
-        c.FxDataPoints(512);
-        c.DateText("03/01/2024");
-        c.DistType(-3);
-        c.CurveExp(" 1 dB");
-        c.FxFlag0(1);
-        c.FxFlag1(-1);
-        c.FxSourceAmp(0.5);
-        c.FxTime0(2147483647);
-        c.FxTime1(-2147483647 - 1);
-        c.FxHighestVal(120);
-        c.CurveNo(7);
-        c.MeasureType(2);
-        c.Name("REAR 65");
-        c.FxNoiseRed(10);
-        c.FxRMS(3);
-        c.Source("ISTS");
-        c.SourceType(4);
-        c.SourceValue(65);
-        c.State(6);
-        c.TestNo(12);
-        c.CurveType("Gain");
-      },
-      {{"FxDataPoints", "512"}, {"DateText", "03/01/2024"}, {"DistType", "-3"},
-       {"Exp", " 1 dB"},        {"FxFlag0", "1"},           {"FxFlag1", "-1"},
-       {"FxSrcAmp", ".5"},      {"FxTime0", "2147483647"},  {"FxTime1", "-2147483648"},
-       {"FxHighestVal", "120"}, {"CurveNumber", "7"},       {"MeasureType", "2"},
-       {"Name", "REAR 65"},     {"FxNoiseRed", "10"},       {"FxRMS", "3"},
-       {"Source", "ISTS"},      {"SourceType", "4"},        {"SourceValue", "65"},
-       {"State", "6"},          {"TestNo", "12"},           {"Type", "Gain"}},
-      {},
-      {"ID", "id", "CurveNo", "CurveExp", "CurveType", "FxSourceAmp", "curveNumber", "CurveData",
-       "DistortionData", "name", "Name "},
-  };
+  using C = CCurve;
+  return testing::Case<CCurve>("CCurve", "Curve",
+                               {Prop(&C::FxDataPoints, "FxDataPoints", "512", 512),
+                                Prop(&C::DateText, "DateText", "03/01/2024"),
+                                Prop(&C::DistType, "DistType", "-3", -3),
+                                Prop(&C::CurveExp, "Exp", " 1 dB"),
+                                Prop(&C::FxFlag0, "FxFlag0", "1", 1),
+                                Prop(&C::FxFlag1, "FxFlag1", "-1", -1),
+                                Prop(&C::FxSourceAmp, "FxSrcAmp", ".5", 0.5),
+                                Prop(&C::FxTime0, "FxTime0", "2147483647", 2147483647),
+                                Prop(&C::FxTime1, "FxTime1", "-2147483648", -2147483647 - 1),
+                                Prop(&C::FxHighestVal, "FxHighestVal", "120", 120),
+                                Prop(&C::CurveNo, "CurveNumber", "7", 7),
+                                Prop(&C::MeasureType, "MeasureType", "2", 2),
+                                Prop(&C::Name, "Name", "REAR 65"),
+                                Prop(&C::FxNoiseRed, "FxNoiseRed", "10", 10),
+                                Prop(&C::FxRMS, "FxRMS", "3", 3),
+                                Prop(&C::Source, "Source", "ISTS"),
+                                Prop(&C::SourceType, "SourceType", "4", 4),
+                                Prop(&C::SourceValue, "SourceValue", "65", 65),
+                                Prop(&C::State, "State", "6", 6),
+                                Prop(&C::TestNo, "TestNo", "12", 12),
+                                Prop(&C::CurveType, "Type", "Gain")},
+                               {},
+                               {"ID", "id", "CurveNo", "CurveExp", "CurveType", "FxSourceAmp",
+                                "curveNumber", "CurveData", "DistortionData", "name", "Name "});
 }
 INSTANTIATE_RECORD_SUITE(Curve, CurveCase());
 INSTANTIATE_CHILD_LIST_SUITE(Curve,
@@ -58,44 +46,25 @@ INSTANTIATE_CHILD_LIST_SUITE(Curve,
                                  &CCurve::DistortionData, &CCurve::ResetDistortionData,
                                  [](CDistortionDatum& d) { d.Distortion(1.25); }, "Name"));
 
-StatusPtr Import(CCurve& curve, const std::string& xml) {
-  DOMDocument doc = testing::Parse(xml);
-  DOMElement root = doc.documentElement();
-  return curve.ImportXMLNode(root);
-}
-
+// Only the local name counts, the later element wins, ties round to even,
+// and a missing element keeps its value.
 TEST(CurveTest, ImportOfAHandWrittenElement) {
   testing::LocaleGuard locale("C");
   CCurve curve;
   curve.State(5);
-  StatusPtr status =
-      Import(curve,
-             "<Curve id=\"8\">\r\n"
-             "  <!-- written by hand -->\r\n"
-             "  <a:CurveNumber xmlns:a=\"urn:x\">3</a:CurveNumber>\r\n"
-             "  <curvenumber>9</curvenumber>\r\n"
-             "  <Name>first</Name><!-- between --><Name>R &lt;&amp;&gt; L</Name>\r\n"
-             "  <b:Source xmlns:b=\"urn:y\">ISTS</b:Source>\r\n"
-             "  <DistType>2.5</DistType><FxRMS>3.5</FxRMS><MeasureType>abc</MeasureType>\r\n"
-             "  <FxSrcAmp>-.25</FxSrcAmp><Exp></Exp><Type null=\"true\">x</Type>\r\n"
-             "  <CurveDatum null=\"true\"><Input>1</Input></CurveDatum>\r\n"
-             "  <CurveDatum id=\"2\"><Input>1.5</Input></CurveDatum>\r\n"
-             "  <DistortionDatum id=\"2\"><Distortion>.5</Distortion></DistortionDatum>\r\n"
-             "</Curve>");
-  ASSERT_EQ(status->Number(), 0) << status->Description();
-  // Only the local name counts (other letter case is skipped), the later
-  // element wins, ties round to even, and a missing element keeps its value.
-  EXPECT_EQ(std::tuple(curve.ID(), curve.CurveNo(), curve.Name(), curve.Source(), curve.DistType(),
-                       curve.FxRMS(), curve.FxSourceAmp(), curve.State()),
-            std::tuple(8, 3, "R <&> L", "ISTS", 2, 4, -0.25, 5));
+  DOMDocument doc = testing::Parse(
+      "<Curve id=\"8\">\r\n  <!-- written by hand -->\r\n"
+      "  <a:CurveNumber xmlns:a=\"urn:x\">3</a:CurveNumber>\r\n"
+      "  <Name>first</Name><!-- between --><Name>R &lt;&amp;&gt; L</Name>\r\n"
+      "  <DistType>2.5</DistType><FxRMS>3.5</FxRMS><MeasureType>abc</MeasureType>\r\n"
+      "  <FxSrcAmp>-.25</FxSrcAmp><Exp></Exp><Type null=\"true\">x</Type>\r\n</Curve>");
+  ASSERT_EQ(curve.ImportXMLNode(doc.documentElement())->Number(), 0);
+  EXPECT_EQ(std::tuple(curve.ID(), curve.CurveNo(), curve.Name(), curve.DistType(), curve.FxRMS(),
+                       curve.FxSourceAmp(), curve.State()),
+            std::tuple(8, 3, "R <&> L", 2, 4, -0.25, 5));
   EXPECT_TRUE(ExportsNull(curve, "MeasureType")) << "a text that is no number is skipped";
   EXPECT_FALSE(ExportsNull(curve, "Exp")) << "an empty text is the empty, non-Null string";
   EXPECT_TRUE(ExportsNull(curve, "Type"));
-  ASSERT_EQ(curve.CurveData()->Count(), 1) << "a null-marked point adds nothing";
-  EXPECT_EQ(curve.CurveData()->Item(1)->ID(), 2);
-  EXPECT_EQ(curve.CurveData()->Item(1)->InputVal(), 1.5);
-  ASSERT_EQ(curve.DistortionData()->Count(), 1);
-  EXPECT_EQ(curve.DistortionData()->Item(1)->Distortion(), 0.5);
 }
 
 // A value beyond 32 bits, in the curve or in a point, stops the import: a
@@ -113,8 +82,9 @@ TEST(CurveTest, OverflowStopsTheImportAtTheFailingChild) {
   for (const auto& [start, curve_points, distortion_points] : rows) {
     SCOPED_TRACE(start);
     CCurve curve;
-    EXPECT_EQ(Import(curve, start + std::string("<Name>late</Name></Curve>"))->Number(),
-              kErrOverflow);
+    EXPECT_EQ(
+        testing::ImportText(curve, start + std::string("<Name>late</Name></Curve>"))->Number(),
+        kErrOverflow);
     EXPECT_EQ(curve.CurveData()->Count(), curve_points);
     EXPECT_EQ(curve.DistortionData()->Count(), distortion_points);
     EXPECT_TRUE(ExportsNull(curve, "Name")) << "children after the failure are not read";

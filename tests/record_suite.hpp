@@ -20,19 +20,51 @@
 
 namespace tympora::testing {
 
+// One property of a record class: its element, its text once `set` has
+// given it a value that is not its zero by the typed setter.
+struct PropertyCase {
+  std::string element, text;
+  std::function<void(RecordBase&)> set;
+};
+
+template <class R, class V, class A>
+PropertyCase Prop(void (R::*setter)(V), std::string element, std::string text, A value) {
+  return {std::move(element), std::move(text),
+          [setter, value](RecordBase& r) { (static_cast<R&>(r).*setter)(value); }};
+}
+
+// A text property, set to its text.
+template <class R>
+PropertyCase Prop(void (R::*setter)(const std::string&), std::string element, std::string text) {
+  return Prop(setter, std::move(element), text, text);
+}
+
 struct RecordCase {
   std::string class_name;
   std::function<std::shared_ptr<RecordBase>()> make;
   std::string node_name;
-  std::function<void(RecordBase&)> fill;  // every value property not its zero, by typed setters
-  // Every property element in export order, with its text after `fill` (C locale).
-  std::vector<std::pair<std::string, std::string>> filled;
+  std::vector<PropertyCase> properties;  // every property element, in export order (C locale)
   // Other names PropertyByName accepts, each with the element it stands for.
   std::vector<std::pair<std::string, std::string>> aliases;
   // Names PropertyByName must ignore (property names unlike their element, other case ...).
   std::vector<std::string> refused;
-  std::string txt_source = "Function ExportTXT";
+  std::string txt_source;  // of the status of ExportTXT
+
+  void Fill(RecordBase& record) const {
+    for (const PropertyCase& p : properties) p.set(record);
+  }
 };
+
+// The case of the record class R, which the tests call `class_name`.
+template <class R>
+RecordCase Case(std::string class_name, std::string node_name, std::vector<PropertyCase> properties,
+                std::vector<std::pair<std::string, std::string>> aliases,
+                std::vector<std::string> refused, std::string txt_source = "Function ExportTXT") {
+  return {std::move(class_name), [] { return std::make_shared<R>(); },
+          std::move(node_name),  std::move(properties),
+          std::move(aliases),    std::move(refused),
+          std::move(txt_source)};
+}
 
 inline void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.class_name; }
 
@@ -41,7 +73,8 @@ class RecordSuite : public ::testing::TestWithParam<RecordCase> {
   // The children of an exported record: its property elements in order, CR LF around each.
   std::vector<std::string> PropertyShape() const {
     std::vector<std::string> shape{"CRLF"};
-    for (const auto& [name, text] : GetParam().filled) shape.insert(shape.end(), {name, "CRLF"});
+    for (const PropertyCase& p : GetParam().properties)
+      shape.insert(shape.end(), {p.element, "CRLF"});
     return shape;
   }
 
@@ -57,7 +90,8 @@ struct ChildListCase {
   std::function<std::shared_ptr<RecordBase>()> make_parent;
   std::string element;  // the children's element name
   std::function<std::shared_ptr<RecordBase>()> make_child;
-  // Sets a value and, where the child has lists, adds a child: what a reset takes back.
+  // Sets a value, which a reset must take back: more than the ID that the test sets.
+  // (What the child's own Reset takes back, lists and all, its own suites check.)
   std::function<void(RecordBase&)> fill_child;
   // The typed members of the parent: AddX, the list, ResetX.
   std::function<void(RecordBase&, const std::shared_ptr<RecordBase>&)> add;

@@ -4,23 +4,16 @@
 
 namespace tympora {
 namespace {
-using testing::ErrorOf;
+using testing::Prop;
 
 testing::RecordCase SpeechMapDatumCase() {
-  return {
-      "CSpeechMapDatum",
-      [] { return std::make_shared<CSpeechMapDatum>(); },
-      "SpeechMapDatum",
-      [](RecordBase& r) {
-        auto& d = static_cast<CSpeechMapDatum&>(r);
-        d.maxOutputVal(85.5);
-        d.minOutputVal(-0.25);
-        d.Other(1E+15);
-      },
-      {{"MaxOutput", "85.5"}, {"MinOutput", "-.25"}, {"Other", "1E+15"}},
+  return testing::Case<CSpeechMapDatum>(
+      "CSpeechMapDatum", "SpeechMapDatum",
+      {Prop(&CSpeechMapDatum::maxOutputVal, "MaxOutput", "85.5", 85.5),
+       Prop(&CSpeechMapDatum::minOutputVal, "MinOutput", "-.25", -0.25),
+       Prop(&CSpeechMapDatum::Other, "Other", "1E+15", 1E+15)},
       {{"MaxOutputVal", "MaxOutput"}, {"MinOutputVal", "MinOutput"}},
-      {"maxOutputVal", "minOutputVal", "id", "Id", "Input", "Frequency", "other", "MaxOutput "},
-  };
+      {"maxOutputVal", "minOutputVal", "id", "Id", "Input", "Frequency", "other", "MaxOutput "});
 }
 INSTANTIATE_RECORD_SUITE(SpeechMapDatum, SpeechMapDatumCase());
 
@@ -28,7 +21,7 @@ TEST(SpeechMapDatumTest, IdIsReadableByNameButNeverSetByName) {
   CSpeechMapDatum d;
   d.ID(-17);
   for (const Variant& value : {Variant(int32_t{5}), Variant(kNull), Variant("not a number")}) {
-    EXPECT_EQ(ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
+    EXPECT_EQ(testing::ErrorOf([&] { d.PropertyByName("ID", value); }), 0);
     EXPECT_EQ(d.PropertyByName("ID"), Variant(int32_t{-17}));
   }
 }

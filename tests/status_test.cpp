@@ -44,9 +44,10 @@ TEST(StatusTest, SetErrorTable) {
 }
 
 // What a raised error carries through OperatorEqualsErr, for each kind of
-// exception a frame may catch; frame B raises it again unchanged after its
-// cleanup, which runs only after a failure. OperatorEquals copies all five
-// values too, and refuses an absent status.
+// exception a frame may catch; frame A returns it in its status, frame B
+// raises it again unchanged, each after its cleanup, whose own errors are
+// ignored and which runs only after a failure. OperatorEquals copies all
+// five values too, and refuses an absent status.
 TEST(StatusTest, OperatorEqualsErrAndOperatorEqualsCopyAllFive) {
   const auto full = std::make_shared<CStatus>();
   full->SetError(2005, "Supplied This Node Parameter");
@@ -55,9 +56,12 @@ TEST(StatusTest, OperatorEqualsErrAndOperatorEqualsCopyAllFive) {
   const Values all_five{2005, "Object parameter 1 is not initialized.", "help.chm", 42,
                         "Supplied This Node Parameter"};
   int cleanups = 0;
+  const auto cleanup = [&] { throw std::runtime_error(std::to_string(++cleanups)); };
   const std::tuple<const char*, std::function<void()>, Values> cases[] = {
       {"status raised", [&] { full->RaiseError(); }, all_five},
-      {"through frame B", [&] { RunFrameB([&] { full->RaiseError(); }, [&] { ++cleanups; }); },
+      {"through frame B", [&] { RunFrameB([&] { full->RaiseError(); }, cleanup); }, all_five},
+      {"through frame A",
+       [&] { RunFrameA([&](StatusPtr&) { full->RaiseError(); }, cleanup)->RaiseError(); },
        all_five},
       {"number 0", [] { CStatus().RaiseError(); }, {0, "", "", 0, ""}},
       {"platform", [] { RaisePlatformError(kErrOverflow); }, {6, "Overflow", "", 0, "Tympora"}},
@@ -79,36 +83,23 @@ TEST(StatusTest, OperatorEqualsErrAndOperatorEqualsCopyAllFive) {
     }
     EXPECT_EQ(Of(s), expected);
   }
-  EXPECT_EQ(cleanups, 1);
-  RunFrameB([] {}, [&] { ++cleanups; });
-  EXPECT_EQ(cleanups, 1);
-  CStatus copy;
-  copy.OperatorEquals(full);
-  EXPECT_EQ(Of(copy), all_five);
-  EXPECT_EQ(testing::ErrorOf([&] { copy.OperatorEquals(nullptr); }), kErrObjectNotSet);
-  EXPECT_EQ(Of(copy), all_five);
-}
-
-TEST(StatusTest, FrameAReturnsInsteadOfThrowing) {
-  bool cleaned = false;
-  StatusPtr s = RunFrameA([](StatusPtr&) { RaisePlatformError(kErrDuplicateKey); },
-                          [&] {
-                            cleaned = true;
-                            throw std::runtime_error("ignored");
-                          });
-  ASSERT_TRUE(s);
-  EXPECT_EQ(s->Number(), 457);
-  EXPECT_TRUE(cleaned);
-  // A status that the steps took over is the one returned, holding the error.
-  auto child = std::make_shared<CStatus>();
+  EXPECT_EQ(cleanups, 2);
+  RunFrameB([] {}, cleanup);
+  EXPECT_EQ(RunFrameA([](StatusPtr&) {}, cleanup)->Number(), 0);
+  EXPECT_EQ(cleanups, 2);
+  // A status that frame A's steps took over is the one returned, holding the error.
+  const auto child = std::make_shared<CStatus>();
   EXPECT_EQ(RunFrameA([&](StatusPtr& st) {
               st = child;
               RaisePlatformError(kErrOverflow);
             }),
             child);
   EXPECT_EQ(child->Number(), 6);
-  EXPECT_EQ(Of(*NotImplementedStatus("Function ExportTXT")),
-            (Values{2001, "Not implemented.", "", 0, "Function ExportTXT"}));
+  CStatus copy;
+  copy.OperatorEquals(full);
+  EXPECT_EQ(Of(copy), all_five);
+  EXPECT_EQ(testing::ErrorOf([&] { copy.OperatorEquals(nullptr); }), kErrObjectNotSet);
+  EXPECT_EQ(Of(copy), all_five);
 }
 
 }  // namespace

@@ -150,58 +150,29 @@ inline std::string GoldenBytes(std::string text) {
   return text;
 }
 
-// `bytes` cut where GoldenText starts its lines and after each LF, every
-// byte outside printable ASCII escaped (\r, \n, \xNN) and the backslash
-// doubled: two such lists are equal exactly when the bytes are.
-inline std::vector<std::string> GoldenLines(std::string_view bytes) {
-  std::vector<std::string> lines(bytes.empty() ? 0 : 1);
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    if (i > 0 && ((bytes[i - 1] == '>' && bytes[i] == '<') || bytes[i - 1] == '\n'))
-      lines.emplace_back();
-    const auto c = static_cast<unsigned char>(bytes[i]);
-    char hex[5];
-    std::snprintf(hex, sizeof hex, "\\x%02x", c);
-    lines.back() += c == '\\'               ? "\\\\"
-                    : c == '\r'             ? "\\r"
-                    : c == '\n'             ? "\\n"
-                    : c >= 0x20 && c < 0x7f ? std::string(1, bytes[i])
-                                            : hex;
-  }
-  return lines;
-}
-
-// Whether `written`, the bytes of an exported file, are those that the
+// Expects `written`, the bytes of an exported file, to be those that the
 // golden file `golden` stands for, the dates of their "document created"
-// comments aside; a difference shows the first line that differs. With
-// TYMPORA_UPDATE_GOLDEN=1 in the environment, a golden file that differs,
-// or is not in its readable form, is written anew from `written` instead.
-inline ::testing::AssertionResult MatchesGolden(const std::filesystem::path& golden,
-                                                const std::string& written) {
+// comments aside. With TYMPORA_UPDATE_GOLDEN=1 in the environment, a golden
+// file that differs, or is not in its readable form, is written anew from
+// `written` instead.
+inline void ExpectGolden(const std::filesystem::path& golden, const std::string& written) {
   const std::string text = ReadFile(golden);
   const std::string expected = WithoutCreationDate(GoldenBytes(text));
   const std::string actual = WithoutCreationDate(written);
   const char* update = std::getenv("TYMPORA_UPDATE_GOLDEN");
-  if (update && std::string_view(update) == "1" &&
-      (actual != expected || text != GoldenText(GoldenBytes(text)))) {
-    if (GoldenBytes(GoldenText(written)) != written)
-      return ::testing::AssertionFailure()
-             << "the export holds a LF between \">\" and \"<\": no golden file can keep it";
+  if (!update || std::string_view(update) != "1" ||
+      (actual == expected && text == GoldenText(GoldenBytes(text)))) {
+    // Each element on a line of its own, gtest shows the lines that differ; only a LF
+    // between ">" and "<" differs without showing there.
+    EXPECT_EQ(GoldenText(actual), GoldenText(expected))
+        << golden.filename().string() << " differs (TYMPORA_UPDATE_GOLDEN=1 rewrites the file)";
+    EXPECT_TRUE(actual == expected) << golden.filename().string() << " differs";
+  } else if (GoldenBytes(GoldenText(written)) != written) {
+    ADD_FAILURE() << "the export holds a LF between \">\" and \"<\": no golden file can keep it";
+  } else {
     WriteFile(golden, GoldenText(written));
     std::cout << "TYMPORA_UPDATE_GOLDEN: wrote " << golden.string() << "\n";
-    return ::testing::AssertionSuccess();
   }
-  if (actual == expected) return ::testing::AssertionSuccess();
-  const std::vector<std::string> want = GoldenLines(expected);
-  const std::vector<std::string> got = GoldenLines(actual);
-  size_t first = 0;
-  while (first < want.size() && first < got.size() && want[first] == got[first]) ++first;
-  const auto line = [first](const std::vector<std::string>& lines) {
-    return first < lines.size() ? lines[first] : "(end)";
-  };
-  return ::testing::AssertionFailure()
-         << golden.filename().string() << " differs from the export at line " << first + 1
-         << " (TYMPORA_UPDATE_GOLDEN=1 rewrites the file):\n- golden:  " << line(want)
-         << "\n+ written: " << line(got);
 }
 
 // A fresh folder under the system's temporary folder, removed at the end of the test.
