@@ -186,7 +186,8 @@ Calibration Calibrate(const ScratchFolder& ws) {
   int64_t bytes[2];
   const int32_t clients[2] = {1, 6};
   for (int i = 0; i < 2; ++i) {
-    Require(support::BuildScrambledClinic(ShapeFor(clients[i]))->ExportXMLPath(path), "ExportXMLPath");
+    Require(support::BuildScrambledClinic(ShapeFor(clients[i]))->ExportXMLPath(path),
+            "ExportXMLPath");
     bytes[i] = FileSize(path);
   }
   Calibration c;
