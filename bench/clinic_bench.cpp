@@ -163,18 +163,6 @@ int64_t FileSize(const std::string& path) {
   return ::stat(path.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_size) : -1;
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void Require(const StatusPtr& status, const char* what) {
-  if (status && status->Number() != 0) {
-    throw std::runtime_error(std::string(what) + " failed: " + std::to_string(status->Number()) +
-                             " " + status->Description());
-  }
-}
-
 // File bytes of a clinic: a fixed part plus so much per client.
 struct Calibration {
   double fixed = 0;

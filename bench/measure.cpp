@@ -14,6 +14,8 @@
 #include <cstring>
 #include <ctime>
 #include <exception>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -179,6 +181,11 @@ void ReleaseFreeMemory() { ::malloc_trim(0); }
 bool PeakResetWorks() {
   static const bool works = ResetPeak();
   return works;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 ScratchFolder::ScratchFolder(const std::string& parent, const std::string& prefix) {

@@ -58,6 +58,9 @@ int64_t ResidentBytes();
 // Returns the free heap of this process to the system.
 void ReleaseFreeMemory();
 
+// The bytes of the file at `path`; "" when it cannot be read.
+std::string ReadFile(const std::string& path);
+
 // A private folder made under `parent`, its name starting with `prefix`.
 // The files named through Path are removed with it at the end.
 class ScratchFolder {

@@ -3,12 +3,9 @@
 #include "small_files.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -34,13 +31,6 @@ support::TreeShape SmallShape(uint32_t seed) {
           .seed = seed};
 }
 
-void Require(const StatusPtr& status, const char* what) {
-  if (status && status->Number() != 0) {
-    throw std::runtime_error(std::string(what) + " failed: " + std::to_string(status->Number()) +
-                             " " + status->Description());
-  }
-}
-
 // Every file read back by both imports and the walk of (c); "" when all agree.
 std::string Check(const std::vector<std::shared_ptr<CClients>>& trees,
                   const std::vector<std::string>& paths) {
@@ -57,20 +47,14 @@ std::string Check(const std::vector<std::shared_ptr<CClients>>& trees,
   return {};
 }
 
+// The rows of the table, in order; an anchor's name starts with its label.
+enum RowIndex : size_t { kPathRow, kRoadRow, kAloneRow, kImportRow, kOneStepRow, kWalkRow };
+
 struct Row {
   const char* name;
   Operation run;
-  int anchor;  // the row whose time this one's is divided by, or -1
-  const char* anchor_label;
-  int floor = -1;  // a second such row, or -1
+  std::vector<RowIndex> anchors;  // the rows whose times this one's is divided by
 };
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // (e) What the file system alone costs the export of one file: the old file
 // deleted, the new one created and its bytes written in one write, with no
@@ -86,6 +70,13 @@ void FileSystemAlone(const std::string& path, const std::string& bytes) {
 }
 
 }  // namespace
+
+void Require(const StatusPtr& status, const char* what) {
+  if (status && status->Number() != 0) {
+    throw std::runtime_error(std::string(what) + " failed: " + std::to_string(status->Number()) +
+                             " " + status->Description());
+  }
+}
 
 std::shared_ptr<CClients> LoadAndImport(const std::string& path) {
   auto imported = std::make_shared<CClients>();
@@ -114,43 +105,43 @@ bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest) {
          }
          return nullptr;
        },
-       1, "(a)", 2},
+       {kRoadRow, kAloneRow}},
       {"(a) pugixml document road",
        [&]() -> Leftover {
          for (size_t i = 0; i < trees.size(); ++i) PugixmlRoadExport(*trees[i], anchor_paths[i]);
          return nullptr;
        },
-       -1, ""},
+       {}},
       {"(e) the file system alone: delete, create, one write",
        [&]() -> Leftover {
          for (size_t i = 0; i < texts.size(); ++i) FileSystemAlone(floor_paths[i], texts[i]);
          return nullptr;
        },
-       -1, ""},
+       {}},
       {"import: load + ImportXMLNode",
        [&]() -> Leftover {
          for (const std::string& path : paths) LoadAndImport(path);
          return nullptr;
        },
-       5, "(c)"},
+       {kWalkRow}},
       {"import: ImportXMLFile",
        [&]() -> Leftover {
          for (const std::string& path : paths) Require(CClients().ImportXMLFile(path), "import");
          return nullptr;
        },
-       5, "(c)"},
+       {kWalkRow}},
       {"(c) pugixml parse + walk",
        [&]() -> Leftover {
          for (const std::string& path : paths) PugixmlImportWalk(path);
          return nullptr;
        },
-       -1, ""},
+       {}},
   };
   std::fprintf(stderr, "%d small files: writing and checking\n", o.files);
-  rows[0].run();
+  rows[kPathRow].run();
   int64_t bytes = 0;
   for (const std::string& path : paths) {
-    texts.push_back(ReadAll(path));
+    texts.push_back(ReadFile(path));
     bytes += static_cast<int64_t>(texts.back().size());
   }
   const std::string diff = Check(trees, paths);
@@ -170,12 +161,12 @@ bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest) {
   std::printf("|---|---|---:|---:|---:|---|\n");
   for (size_t i = 0; i < rows.size(); ++i) {
     const Row& row = rows[i];
-    std::string ratio = row.anchor < 0
-                            ? ""
-                            : std::string(row.anchor_label) + " " +
-                                  Short(seconds[i] / seconds[static_cast<size_t>(row.anchor)]);
-    if (row.floor >= 0)
-      ratio += ", (e) " + Short(seconds[i] / seconds[static_cast<size_t>(row.floor)]);
+    std::string ratio;
+    for (const RowIndex anchor : row.anchors) {
+      const std::string name = rows[anchor].name;
+      ratio += (ratio.empty() ? "" : ", ") + name.substr(0, name.find(' ')) + " " +
+               Short(seconds[i] / seconds[anchor]);
+    }
     std::printf("| %d | %s | %s | %s | %s | %s |\n", o.files, row.name,
                 Short(o.files / seconds[i]).c_str(), Short(mb / seconds[i]).c_str(),
                 Short(seconds[i]).c_str(), ratio.c_str());
@@ -185,13 +176,12 @@ bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest) {
     std::printf("\nSmall files' MB/s / the %s MB clinic's MB/s:\n", Short(large_mb).c_str());
     const struct {
       const char* what;
-      int row;
+      RowIndex row;
       Op op;
-    } roads[] = {{"ExportXMLPath", 0, kExportPath}, {"import", 3, kImport}};
+    } roads[] = {{"ExportXMLPath", kPathRow, kExportPath}, {"import", kImportRow, kImport}};
     for (const auto& road : roads) {
       const double large = largest->ops[road.op].seconds;
-      const double ratio =
-          large > 0 ? (mb / seconds[static_cast<size_t>(road.row)]) / (large_mb / large) : -1;
+      const double ratio = large > 0 ? (mb / seconds[road.row]) / (large_mb / large) : -1;
       Target(road.what, ratio, ratio >= 1 / 1.5, ">= 0.667");
     }
     const double export_large = largest->ops[kExportPath].seconds;
@@ -202,7 +192,7 @@ bool RunSmallFiles(const SmallFilesOptions& o, const SizeResult* largest) {
       std::printf(
           "- ExportXMLPath may take %s us per file to meet its target; the file system alone "
           "(e) takes %s us of it.\n",
-          Short(allowed * 1e6).c_str(), Short(seconds[2] / o.files * 1e6).c_str());
+          Short(allowed * 1e6).c_str(), Short(seconds[kAloneRow] / o.files * 1e6).c_str());
     }
   }
   if (!diff.empty()) std::fprintf(stderr, "FAILED: small files: %s\n", diff.c_str());

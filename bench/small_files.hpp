@@ -19,6 +19,9 @@ struct SmallFilesOptions {
   std::string dir;  // where a private folder for the files is made
 };
 
+// Raises std::runtime_error naming `what` when `status` is present and not 0.
+void Require(const StatusPtr& status, const char* what);
+
 // The import of the file at `path` into a new client list: DOMDocument::load
 // plus ImportXMLNode. Raises std::runtime_error when either fails.
 std::shared_ptr<CClients> LoadAndImport(const std::string& path);
