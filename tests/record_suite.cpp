@@ -124,7 +124,7 @@ TEST_P(RecordSuite, UnprovidedExportsAndAnAbsentNodeReportTheirStatus) {
       {record->ImportXMLNode(DOMNode()),
        "2005 Object parameter 1 is not initialized. [Supplied This Node Parameter]"},
   };
-  for (const auto& [status, text] : rows) EXPECT_EQ(StatusText(status), text);
+  for (const auto& [status, text] : rows) EXPECT_EQ(Describe(status), text);
   EXPECT_EQ(arg, Variant(int32_t{5}));
   EXPECT_EQ(ExportElement(*record).xml(), before);
 }

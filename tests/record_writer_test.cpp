@@ -19,7 +19,7 @@
 
 namespace tympora {
 namespace {
-using testing::StatusText;
+using testing::Describe;
 using testing::TempDir;
 using testing::WithoutCreationDate;
 
@@ -145,7 +145,7 @@ TEST(RecordWriterTest, FailuresMatchTheDocumentRoadAndWriteNothing) {
     DocumentRoad(*clients, document_status);
     EXPECT_EQ(FileRoad(*clients, dir / "bad.xml", file_status), "");
     EXPECT_NE(file_status->Number(), 0);
-    EXPECT_EQ(StatusText(file_status), StatusText(document_status));
+    EXPECT_EQ(Describe(file_status), Describe(document_status));
     EXPECT_ANY_THROW(Direct(*clients));
   }
 }

@@ -31,7 +31,7 @@ namespace tympora::testing {
 
 // A status as one text, "number description [source]", and the number of
 // the tympora::Error that a function raises (0 for none): the fuzzers' own.
-inline std::string StatusText(const StatusPtr& s) { return fuzz::Describe(s); }
+using fuzz::Describe;
 using fuzz::ErrorOf;
 
 // Starts `child` in a forked process with a file table of its own.
